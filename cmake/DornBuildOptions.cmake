@@ -1,0 +1,27 @@
+# Warnings, sanitizers and include paths shared by every target of the project.
+
+add_library(dorn_build_options INTERFACE)
+target_include_directories(dorn_build_options INTERFACE "${PROJECT_SOURCE_DIR}")
+target_compile_options(dorn_build_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wundef
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+  $<$<BOOL:${DORNIMAGE_WERROR}>:-Werror>)
+
+if(DORNIMAGE_SANITIZE)
+  target_compile_options(dorn_build_options INTERFACE
+    -fsanitize=${DORNIMAGE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(dorn_build_options INTERFACE -fsanitize=${DORNIMAGE_SANITIZE})
+endif()
+if(NOT BUILD_SHARED_LIBS)
+  target_compile_definitions(dorn_build_options INTERFACE DORNIMAGE_STATIC)
+endif()
+
+# One room of the library: an object library that sees only the rooms that it names.
+#   dorn_add_room(NAME SOURCES file... [LINKS target...])
+# Object files are collected into libDornImage, so a room has one copy of its state in a process.
+function(dorn_add_room name)
+  cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS" ${ARGN})
+  add_library(${name} OBJECT ${ROOM_SOURCES})
+  target_compile_definitions(${name} PRIVATE DORNIMAGE_BUILDING)
+  target_link_libraries(${name} PRIVATE dorn_build_options ${ROOM_LINKS})
+endfunction()
