@@ -1,0 +1,5 @@
+#include "platform/Thread.h"
+
+#include <unistd.h>
+
+DWORD GetCurrentThreadId() { return static_cast<DWORD>(::gettid()); }
