@@ -1,0 +1,111 @@
+#include "ImageProcessing/DornImage/NamedFile.h"
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace DornImage {
+
+#ifdef _WIN32
+
+namespace {
+
+std::wstring wideName(const Velmora::u8string& fileName) {
+    std::wstring wide;
+    Velmora::c_u8u16(wide, fileName);
+    return wide;
+}
+
+} // namespace
+
+FREE_IMAGE_FORMAT namedFileContentFormat(const Velmora::u8string& fileName) {
+    return ::FreeImage_GetFileTypeU(wideName(fileName).c_str(), 0);
+}
+
+FREE_IMAGE_FORMAT namedFileExtensionFormat(const Velmora::u8string& fileName) {
+    return ::FreeImage_GetFIFFromFilenameU(wideName(fileName).c_str());
+}
+
+FIBITMAP* loadNamedFile(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileName, int flags) {
+    return ::FreeImage_LoadU(format, wideName(fileName).c_str(), flags);
+}
+
+bool saveNamedFile(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const Velmora::u8string& fileName, int flags) {
+    return ::FreeImage_SaveU(format, bitmap, wideName(fileName).c_str(), flags);
+}
+
+#else
+
+namespace {
+
+// When it can't open a file, FreeImage composes a message with the whole name in 512 bytes without looking at
+// the room left, which ends the process for a longer name. Longer names therefore never reach FreeImage: it
+// gets the open file.
+constexpr std::size_t longestPlainName = 400;
+
+bool isPlainName(const Velmora::u8string& fileName) {
+    return std::strlen(fileName.c_str()) <= longestPlainName;
+}
+
+using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+File openFile(const Velmora::u8string& fileName, const char* mode) {
+    return File(std::fopen(fileName.c_str(), mode), std::fclose);
+}
+
+unsigned readItems(void* buffer, unsigned size, unsigned count, fi_handle handle) {
+    return static_cast<unsigned>(std::fread(buffer, size, count, static_cast<std::FILE*>(handle)));
+}
+
+unsigned writeItems(void* buffer, unsigned size, unsigned count, fi_handle handle) {
+    return static_cast<unsigned>(std::fwrite(buffer, size, count, static_cast<std::FILE*>(handle)));
+}
+
+int seekTo(fi_handle handle, long offset, int origin) {
+    return std::fseek(static_cast<std::FILE*>(handle), offset, origin);
+}
+
+long tellPosition(fi_handle handle) {
+    return std::ftell(static_cast<std::FILE*>(handle));
+}
+
+FreeImageIO fileIo() {
+    FreeImageIO io{};
+    io.read_proc = readItems;
+    io.write_proc = writeItems;
+    io.seek_proc = seekTo;
+    io.tell_proc = tellPosition;
+    return io;
+}
+
+} // namespace
+
+FREE_IMAGE_FORMAT namedFileContentFormat(const Velmora::u8string& fileName) {
+    return ::FreeImage_GetFileType(fileName.c_str(), 0);
+}
+
+FREE_IMAGE_FORMAT namedFileExtensionFormat(const Velmora::u8string& fileName) {
+    return ::FreeImage_GetFIFFromFilename(fileName.c_str());
+}
+
+FIBITMAP* loadNamedFile(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileName, int flags) {
+    if (isPlainName(fileName)) {
+        return ::FreeImage_Load(format, fileName.c_str(), flags);
+    }
+    const File file = openFile(fileName, "rb");
+    FreeImageIO io = fileIo();
+    return file ? ::FreeImage_LoadFromHandle(format, &io, file.get(), flags) : nullptr;
+}
+
+bool saveNamedFile(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const Velmora::u8string& fileName, int flags) {
+    if (isPlainName(fileName)) {
+        return ::FreeImage_Save(format, bitmap, fileName.c_str(), flags);
+    }
+    const File file = openFile(fileName, "w+b");
+    FreeImageIO io = fileIo();
+    return file && ::FreeImage_SaveToHandle(format, bitmap, &io, file.get(), flags);
+}
+
+#endif
+
+} // namespace DornImage
