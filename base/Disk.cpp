@@ -17,10 +17,14 @@ namespace {
 
 constexpr std::string_view chancePart = "-XXXXXX";
 
-bool hasZero(std::string_view text) { return text.find('\0') != std::string_view::npos; }
+bool hasZero(std::string_view text) {
+    return text.find('\0') != std::string_view::npos;
+}
 
 /* Whether the text may be a part of one name in a directory. */
-bool isNamePart(std::string_view text) { return !hasZero(text) && text.find('/') == std::string_view::npos; }
+bool isNamePart(std::string_view text) {
+    return !hasZero(text) && text.find('/') == std::string_view::npos;
+}
 
 struct DirectoryCloser {
     void operator()(DIR* directory) const { ::closedir(directory); }
@@ -40,8 +44,8 @@ DirectoryPtr openDirectory(int parent, const char* name) {
     return directory;
 }
 
-/* Every step works on a name relative to a directory that is held open, so that a directory which is swapped for
-   a link meanwhile leads nowhere. */
+/* Every step works on a name relative to a directory that is held open, so that a directory which is swapped
+   for a link meanwhile leads nowhere. */
 bool deleteDirectoryAt(int parent, const char* name) {
     bool emptied = true;
     {
@@ -80,11 +84,17 @@ std::string systemName(std::wstring_view name) {
 
 File::File(const Velmora::pstring& name) : name_(name) {}
 
-std::FILE* File::open(const char* mode) const { return std::fopen(systemName(name_).c_str(), mode); }
+std::FILE* File::open(const char* mode) const {
+    return std::fopen(systemName(name_).c_str(), mode);
+}
 
-bool deleteFile(const Velmora::u8string& name) { return !hasZero(name) && ::unlink(name.c_str()) == 0; }
+bool deleteFile(const Velmora::u8string& name) {
+    return !hasZero(name) && ::unlink(name.c_str()) == 0;
+}
 
-bool deleteFile(const std::wstring& name) { return deleteFile(Velmora::u8string(systemName(name))); }
+bool deleteFile(const std::wstring& name) {
+    return deleteFile(Velmora::u8string(systemName(name)));
+}
 
 bool deleteDirectory(const Velmora::u8string& name) {
     // With a separator at its end a link would be followed.

@@ -9,8 +9,8 @@
 
 namespace dornbase {
 
-/* Base of everything that can be counted. Only the final classes ReferencedImpl and ReferencedImplMT exist at run
-   time. Virtual operations in slot order: addRef, releaseRef, destructor. */
+/* Base of everything that can be counted. Only the final classes ReferencedImpl and ReferencedImplMT exist at
+   run time. Virtual operations in slot order: addRef, releaseRef, destructor. */
 class DORNIMAGE_API ReferencedObject {
 public:
     ReferencedObject() = default;
@@ -29,8 +29,9 @@ protected:
 /* The one mutex behind the counts of all ReferencedImplMT objects of the process. */
 extern DORNIMAGE_API ThreadMutex g_referencedObjectMutex;
 
-/* T with a count that has no protection: for objects that one thread holds. Made with `new`; the count is 0 until
-   the first Reference takes it, and a copy starts at 0 on its own. The arguments of the constructor go to T's. */
+/* T with a count that has no protection: for objects that one thread holds. Made with `new`; the count is 0
+   until the first Reference takes it, and a copy starts at 0 on its own. The arguments of the constructor go
+   to T's. */
 template <class T>
 class ReferencedImpl : public T {
 public:
@@ -54,8 +55,8 @@ private:
     std::int32_t refCount = 0;
 };
 
-/* The same with a count under g_referencedObjectMutex, so that threads may share references to the object. The
-   object itself is not protected. */
+/* The same with a count under g_referencedObjectMutex, so that threads may share references to the object.
+   The object itself is not protected. */
 template <class T>
 class ReferencedImplMT : public T {
 public:
@@ -85,13 +86,13 @@ private:
     std::int32_t refCount = 0;
 };
 
-/* A counted pointer to a T, whose count is reached through U (T itself or a base of it). One Reference belongs to
-   one thread at a time.
+/* A counted pointer to a T, whose count is reached through U (T itself or a base of it). One Reference
+   belongs to one thread at a time.
 
-   Every assignment drops the old object first and takes the new one afterwards. So storing the raw pointer that
-   the Reference already holds destroys the object if this was its last reference, and the pointer dangles: who
-   rebinds to a raw pointer keeps another Reference alive across the call. Assigning a Reference to itself does
-   nothing. */
+   Every assignment drops the old object first and takes the new one afterwards. So storing the raw pointer
+   that the Reference already holds destroys the object if this was its last reference, and the pointer
+   dangles: who rebinds to a raw pointer keeps another Reference alive across the call. Assigning a Reference
+   to itself does nothing. */
 template <class T, class U = T>
 class Reference {
 public:

@@ -19,8 +19,8 @@ private:
     std::recursive_mutex mutex_;
 };
 
-/* Holds one lock on a mutex for a scope, and can give it up and take it again in between. A guard belongs to one
-   thread. */
+/* Holds one lock on a mutex for a scope, and can give it up and take it again in between. A guard belongs to
+   one thread. */
 class ThreadMutexGuard {
 public:
     /* Locks at once if `lockNow`. The mutex must outlive the guard. */

@@ -55,8 +55,8 @@ inline char32_t decodeUtf8(std::string_view text, std::size_t& at, bool& wellFor
     return static_cast<char32_t>(value);
 }
 
-/* Decodes the character at `at` of wide text, UTF-16 or UTF-32 by the size of its units, and moves `at` behind
-   it. A lone surrogate and a unit above U+10FFFF give U+FFFD and set `wellFormed` to false. */
+/* Decodes the character at `at` of wide text, UTF-16 or UTF-32 by the size of its units, and moves `at`
+   behind it. A lone surrogate and a unit above U+10FFFF give U+FFFD and set `wellFormed` to false. */
 template <class Unit>
 char32_t decodeWide(std::basic_string_view<Unit> text, std::size_t& at, bool& wellFormed) {
     const char32_t first = static_cast<char32_t>(text[at++]);

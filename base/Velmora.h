@@ -9,13 +9,13 @@
 
 /* Text as the library takes and gives it.
 
-   Narrow text is UTF-8. Wide text is the platform's: UTF-32 where wchar_t has 32 bits, UTF-16 where it has 16.
-   Text in the system code page is taken as UTF-8 as well. */
+   Narrow text is UTF-8. Wide text is the platform's: UTF-32 where wchar_t has 32 bits, UTF-16 where it
+   has 16. Text in the system code page is taken as UTF-8 as well. */
 namespace Velmora {
 
 /* Number texts, read the same way in every locale. The whole text has to be a number: no blanks around it, no
-   sign before an unsigned number, decimal digits, and for string2double an optional '-', fraction and exponent.
-   False for any other text and for a value out of range; `value` then stays as it was. */
+   sign before an unsigned number, decimal digits, and for string2double an optional '-', fraction and
+   exponent. False for any other text and for a value out of range; `value` then stays as it was. */
 DORNIMAGE_API bool string2UInt(std::string_view text, unsigned& value);
 DORNIMAGE_API bool string2UInt(std::wstring_view text, unsigned& value);
 DORNIMAGE_API bool string2ULong(std::string_view text, unsigned long& value);
@@ -69,10 +69,10 @@ public:
 /* A file name as the platform takes it. */
 using pstring = std::wstring;
 
-/* Converters: the first argument is replaced by the converted second one. Embedded zeros are characters like any
-   other. Malformed input is never an error: each maximal ill-formed subsequence (overlong forms, surrogates and
-   values above U+10FFFF included) becomes one U+FFFD, and the result is false; it is true for well-formed input.
-   Callers may ignore it. Only allocation failures throw. */
+/* Converters: the first argument is replaced by the converted second one. Embedded zeros are characters like
+   any other. Malformed input is never an error: each maximal ill-formed subsequence (overlong forms,
+   surrogates and values above U+10FFFF included) becomes one U+FFFD, and the result is false; it is true for
+   well-formed input. Callers may ignore it. Only allocation failures throw. */
 DORNIMAGE_API bool c_u8u16(std::wstring& wide, std::string_view narrow);
 DORNIMAGE_API bool c_u16u8(std::string& narrow, std::wstring_view wide);
 DORNIMAGE_API bool c_acpu16(std::wstring& wide, std::string_view narrow);

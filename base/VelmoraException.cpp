@@ -6,7 +6,9 @@ Velmora::u8string VelmoraException::getMessage() const {
     return errors_.empty() ? Velmora::u8string() : errors_.back().message;
 }
 
-void VelmoraException::clear() { errors_.clear(); }
+void VelmoraException::clear() {
+    errors_.clear();
+}
 
 void VelmoraException::setError(const Velmora::u8string& fileName, unsigned line,
                                 const Velmora::u8string& message) {

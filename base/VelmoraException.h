@@ -6,9 +6,9 @@
 
 #include <vector>
 
-/* An error record that an operation writes to and its caller reads afterwards; it is never thrown. It keeps every
-   message that it is told, in order. A record has no lock: it is written by one call at a time, and read after
-   that call.
+/* An error record that an operation writes to and its caller reads afterwards; it is never thrown. It keeps
+   every message that it is told, in order. A record has no lock: it is written by one call at a time, and
+   read after that call.
 
    Virtual operations in slot order, the destructor counted as one slot: 0 destructor, 1 getMessage, 2 clear,
    3 setError. Derived classes may override setError to listen in. */

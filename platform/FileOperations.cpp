@@ -81,8 +81,8 @@ public:
     bool isOpen() const { return exists_; }
 
     bool fill(int source, mode_t mode) {
-        return copyBytes(source, file_.get()) && ::fchmod(file_.get(), mode) == 0 && ::fsync(file_.get()) == 0 &&
-               file_.close();
+        return copyBytes(source, file_.get()) && ::fchmod(file_.get(), mode) == 0 &&
+               ::fsync(file_.get()) == 0 && file_.close();
     }
 
     bool takeName(const std::string& target, bool replace) {
@@ -125,7 +125,9 @@ bool copyFile(const std::string& from, const std::string& to, bool replace) {
     return true;
 }
 
-std::string nameOf(const wchar_t* name) { return name ? dorndisk::systemName(name) : std::string(); }
+std::string nameOf(const wchar_t* name) {
+    return name ? dorndisk::systemName(name) : std::string();
+}
 
 } // namespace
 

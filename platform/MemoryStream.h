@@ -8,8 +8,9 @@
 
 namespace dornplatform {
 
-/* Read-only streams over `size` bytes of memory, standing at the start, with a count of 1 that the caller gives
-   back with Release. Null when `data` is null and `size` is not 0. They have no name to tell in Stat. */
+/* Read-only streams over `size` bytes of memory, standing at the start, with a count of 1 that the caller
+   gives back with Release. Null when `data` is null and `size` is not 0. They have no name to tell in Stat.
+ */
 
 /* On a copy of the bytes. */
 DORNIMAGE_API IStream* createMemoryStream(const void* data, std::size_t size);

@@ -4,7 +4,9 @@
 
 namespace dornplatform {
 
-ULONG ReadOnlyStream::AddRef() { return count_.fetch_add(1, std::memory_order_relaxed) + 1; }
+ULONG ReadOnlyStream::AddRef() {
+    return count_.fetch_add(1, std::memory_order_relaxed) + 1;
+}
 
 ULONG ReadOnlyStream::Release() {
     const ULONG left = count_.fetch_sub(1, std::memory_order_acq_rel) - 1;
@@ -53,7 +55,8 @@ HRESULT ReadOnlyStream::Seek(LARGE_INTEGER offset, DWORD origin, ULARGE_INTEGER*
     } else if (origin != STREAM_SEEK_SET) {
         return STG_E_INVALIDFUNCTION;
     }
-    // Unsigned arithmetic: a place before the start wraps to a value above the limit, as does one too far behind.
+    // Unsigned arithmetic: a place before the start wraps to a value above the limit, as does one too far
+    // behind.
     const std::uint64_t target = from + static_cast<std::uint64_t>(offset.QuadPart);
     if (target > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
         return STG_E_INVALIDFUNCTION;

@@ -9,7 +9,8 @@
 
 namespace dornplatform {
 
-/* What the ready-made streams share: count, position and checks, over a source of bytes that does not change. */
+/* What the ready-made streams share: count, position and checks, over a source of bytes that does not change.
+ */
 class ReadOnlyStream : public IStream {
 public:
     ULONG AddRef() override;

@@ -32,7 +32,9 @@ Registry& registry() {
 }
 
 /* Numbers below 65536 in the place of a name are resource identifiers, which are not supported. */
-bool isName(const wchar_t* name) { return reinterpret_cast<std::uintptr_t>(name) > 0xFFFF; }
+bool isName(const wchar_t* name) {
+    return reinterpret_cast<std::uintptr_t>(name) > 0xFFFF;
+}
 
 std::wstring foldCase(const wchar_t* text) {
     std::wstring folded(text);

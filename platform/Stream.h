@@ -47,16 +47,18 @@ public:
     virtual ULONG AddRef() = 0;
     virtual ULONG Release() = 0;
 
-    /* Reads up to `size` bytes from where the stream stands, moves it on, and stores the number of bytes read in
-       `read`, which may be null. S_OK, or S_FALSE when fewer were left; a failure code when nothing was read. */
+    /* Reads up to `size` bytes from where the stream stands, moves it on, and stores the number of bytes read
+       in `read`, which may be null. S_OK, or S_FALSE when fewer were left; a failure code when nothing was
+       read. */
     virtual HRESULT Read(void* buffer, ULONG size, ULONG* read) = 0;
     virtual HRESULT Write(const void* data, ULONG size, ULONG* written);
-    /* Moves by `offset` from `origin` (STREAM_SEEK_SET, _CUR or _END) and stores the new place, in bytes from the
-       start, in `position`, which may be null. A place beyond the end is allowed, one before the start fails and
-       leaves the stream where it stood. */
+    /* Moves by `offset` from `origin` (STREAM_SEEK_SET, _CUR or _END) and stores the new place, in bytes from
+       the start, in `position`, which may be null. A place beyond the end is allowed, one before the start
+       fails and leaves the stream where it stood. */
     virtual HRESULT Seek(LARGE_INTEGER offset, DWORD origin, ULARGE_INTEGER* position) = 0;
     virtual HRESULT SetSize(ULARGE_INTEGER size);
-    virtual HRESULT CopyTo(IStream* target, ULARGE_INTEGER size, ULARGE_INTEGER* read, ULARGE_INTEGER* written);
+    virtual HRESULT CopyTo(IStream* target, ULARGE_INTEGER size, ULARGE_INTEGER* read,
+                           ULARGE_INTEGER* written);
     virtual HRESULT Commit(DWORD flags);
     virtual HRESULT Revert();
     virtual HRESULT LockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER size, DWORD type);

@@ -2,4 +2,6 @@
 
 #include <unistd.h>
 
-DWORD GetCurrentThreadId() { return static_cast<DWORD>(::gettid()); }
+DWORD GetCurrentThreadId() {
+    return static_cast<DWORD>(::gettid());
+}

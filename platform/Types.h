@@ -2,8 +2,8 @@
 #define DORNIMAGE_PLATFORM_TYPES_H
 
 /* The desktop platform's basic types and result codes: the system's own on Windows, stand-ins elsewhere. The
-   stand-ins repeat the type definitions of FreeImage.h word for word, so that both headers go together in either
-   order. */
+   stand-ins repeat the type definitions of FreeImage.h word for word, so that both headers go together in
+   either order. */
 #ifdef _WIN32
 
 #include <windows.h>
@@ -64,8 +64,12 @@ constexpr HRESULT STG_E_INVALIDPOINTER = static_cast<HRESULT>(0x80030009u);
 constexpr HRESULT STG_E_READFAULT = static_cast<HRESULT>(0x8003001Eu);
 constexpr HRESULT STG_E_INVALIDFLAG = static_cast<HRESULT>(0x800300FFu);
 
-constexpr bool SUCCEEDED(HRESULT result) { return result >= 0; }
-constexpr bool FAILED(HRESULT result) { return result < 0; }
+constexpr bool SUCCEEDED(HRESULT result) {
+    return result >= 0;
+}
+constexpr bool FAILED(HRESULT result) {
+    return result < 0;
+}
 
 #endif
 
