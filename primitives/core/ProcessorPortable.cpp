@@ -1,0 +1,9 @@
+#include "primitives/core/Processor.h"
+
+namespace primitives {
+
+std::optional<ProcessorQueries> processorQueries() {
+    return std::nullopt;
+}
+
+} // namespace primitives
