@@ -31,7 +31,10 @@ extern DORNIMAGE_API ThreadMutex g_referencedObjectMutex;
 
 /* T with a count that has no protection: for objects that one thread holds. Made with `new`; the count is 0
    until the first Reference takes it, and a copy starts at 0 on its own. The arguments of the constructor go
-   to T's. */
+   to T's.
+
+   releaseRef is kept out of line: GCC does not follow the count, and would warn in users' code that an object
+   which lost one of several references is used after its end. */
 template <class T>
 class ReferencedImpl : public T {
 public:
@@ -45,7 +48,7 @@ public:
 
     void addRef() override { ++refCount; }
 
-    void releaseRef() override {
+    [[gnu::noinline]] void releaseRef() override {
         if (--refCount == 0) {
             delete this;
         }
@@ -73,7 +76,7 @@ public:
         ++refCount;
     }
 
-    void releaseRef() override {
+    [[gnu::noinline]] void releaseRef() override {
         ThreadMutexGuard guard(g_referencedObjectMutex, true);
         if (--refCount == 0) {
             // What dies may take long to free, and may hold references of its own: not under the global lock.

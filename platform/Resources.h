@@ -25,8 +25,7 @@ DORNIMAGE_API HRSRC FindResourceW(HINSTANCE module, const wchar_t* name, const w
 DORNIMAGE_API HGLOBAL LoadResource(HINSTANCE module, HRSRC resource);
 /* Bytes of a found resource; 0 as LoadResource gives null. */
 DORNIMAGE_API DWORD SizeofResource(HINSTANCE module, HRSRC resource);
-/* The registered memory; null for a resource registered without any, and for one that is no longer
- * registered. */
+/* The registered memory; null for a resource that was registered without any, or is registered no more. */
 DORNIMAGE_API void* LockResource(HGLOBAL resource);
 
 namespace dornplatform {
