@@ -3,11 +3,14 @@
 
 // Everything that the library exports.
 
+#include "ImageProcessing/DornImage/Formats.h"
 #include "ImageProcessing/DornImage/GrayScale.h"
 #include "ImageProcessing/DornImage/Handles.h"
 #include "ImageProcessing/DornImage/Image.h"
 #include "ImageProcessing/DornImage/Load.h"
+#include "ImageProcessing/DornImage/ResourceLoad.h"
 #include "ImageProcessing/DornImage/Tags.h"
+#include "ImageProcessing/DornImage/UnicodeFileIo.h"
 #include "ImageProcessing/DornImage/Version.h"
 #include "base/Disk.h"
 #include "base/Log.h"

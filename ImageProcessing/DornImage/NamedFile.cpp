@@ -1,5 +1,7 @@
 #include "ImageProcessing/DornImage/NamedFile.h"
 
+#include "ImageProcessing/DornImage/FileCallbacks.h"
+
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -53,31 +55,6 @@ File openFile(const Velmora::u8string& fileName, const char* mode) {
     return File(std::fopen(fileName.c_str(), mode), std::fclose);
 }
 
-unsigned readItems(void* buffer, unsigned size, unsigned count, fi_handle handle) {
-    return static_cast<unsigned>(std::fread(buffer, size, count, static_cast<std::FILE*>(handle)));
-}
-
-unsigned writeItems(void* buffer, unsigned size, unsigned count, fi_handle handle) {
-    return static_cast<unsigned>(std::fwrite(buffer, size, count, static_cast<std::FILE*>(handle)));
-}
-
-int seekTo(fi_handle handle, long offset, int origin) {
-    return std::fseek(static_cast<std::FILE*>(handle), offset, origin);
-}
-
-long tellPosition(fi_handle handle) {
-    return std::ftell(static_cast<std::FILE*>(handle));
-}
-
-FreeImageIO fileIo() {
-    FreeImageIO io{};
-    io.read_proc = readItems;
-    io.write_proc = writeItems;
-    io.seek_proc = seekTo;
-    io.tell_proc = tellPosition;
-    return io;
-}
-
 } // namespace
 
 FREE_IMAGE_FORMAT namedFileContentFormat(const Velmora::u8string& fileName) {
@@ -93,7 +70,7 @@ FIBITMAP* loadNamedFile(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileN
         return ::FreeImage_Load(format, fileName.c_str(), flags);
     }
     const File file = openFile(fileName, "rb");
-    FreeImageIO io = fileIo();
+    FreeImageIO io = fileCallbacks(false);
     return file ? ::FreeImage_LoadFromHandle(format, &io, file.get(), flags) : nullptr;
 }
 
@@ -102,7 +79,7 @@ bool saveNamedFile(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const Velmora::u8
         return ::FreeImage_Save(format, bitmap, fileName.c_str(), flags);
     }
     const File file = openFile(fileName, "w+b");
-    FreeImageIO io = fileIo();
+    FreeImageIO io = fileCallbacks(true);
     return file && ::FreeImage_SaveToHandle(format, bitmap, &io, file.get(), flags);
 }
 
