@@ -66,7 +66,11 @@ HRSRC FindResourceW(HINSTANCE module, const wchar_t* name, const wchar_t* type) 
     Registry& all = registry();
     const std::lock_guard<std::mutex> lock(all.mutex);
     const auto found = all.ids.find(key);
-    return found == all.ids.end() ? nullptr : reinterpret_cast<HRSRC>(found->second);
+    if (found == all.ids.end()) {
+        return nullptr;
+    }
+    // A number that is never looked into. NOLINTNEXTLINE(performance-no-int-to-ptr)
+    return reinterpret_cast<HRSRC>(found->second);
 }
 
 HGLOBAL LoadResource(HINSTANCE module, HRSRC resource) {

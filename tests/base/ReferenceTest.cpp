@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <future>
@@ -145,27 +144,6 @@ TEST(ReferenceTest, DiesOutsideTheGlobalMutex) {
     Reference<DyingOutside>(new ReferencedImplMT<DyingOutside>(wasFree, other));
     other.join();
     EXPECT_TRUE(wasFree);
-}
-
-TEST(ReferenceTest, OnlyTheSharedKindTakesTheGlobalMutex) {
-    int deaths = 0;
-    Reference<Page> single(new ReferencedImpl<Page>(deaths, 1));
-    Reference<Page> shared(new ReferencedImplMT<Page>(deaths, 2));
-    std::promise<void> singleDone;
-    std::atomic<bool> sharedDone = false;
-    ThreadMutexGuard guard(g_referencedObjectMutex, true);
-    std::thread worker([&] {
-        single = nullptr;
-        singleDone.set_value();
-        shared = nullptr;
-        sharedDone = true;
-    });
-    singleDone.get_future().wait();
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(sharedDone);
-    guard.release();
-    worker.join();
-    EXPECT_EQ(deaths, 2);
 }
 
 TEST(ReferenceTest, ThreadsShareACount) {
