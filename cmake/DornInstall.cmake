@@ -1,0 +1,53 @@
+# Installs the library with a relocatable CMake package and a pkg-config file.
+#
+# Headers go below include/DornImage with the paths of the source tree, so that
+# #include "ImageProcessing/DornImage/DornImage.h" is the same line in and out of the tree.
+
+include(CMakePackageConfigHelpers)
+
+set(_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/DornImage")
+set(_include_dir "${CMAKE_INSTALL_INCLUDEDIR}/DornImage")
+
+install(TARGETS DornImage EXPORT DornImageTargets
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT dev
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT dev
+  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime)
+
+get_property(_headers GLOBAL PROPERTY DORN_PUBLIC_HEADERS)
+foreach(_header IN LISTS _headers)
+  if(_header MATCHES "^${PROJECT_BINARY_DIR}/")
+    file(RELATIVE_PATH _path "${PROJECT_BINARY_DIR}/generated" "${_header}")
+  else()
+    file(RELATIVE_PATH _path "${PROJECT_SOURCE_DIR}" "${_header}")
+  endif()
+  get_filename_component(_folder "${_path}" DIRECTORY)
+  install(FILES "${_header}" DESTINATION "${_include_dir}/${_folder}" COMPONENT dev)
+endforeach()
+
+install(EXPORT DornImageTargets NAMESPACE DornImage:: DESTINATION "${_package_dir}" COMPONENT dev)
+configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/DornImageConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/DornImageConfig.cmake" INSTALL_DESTINATION "${_package_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/DornImageConfigVersion.cmake"
+  COMPATIBILITY SameMinorVersion)
+install(FILES
+  "${PROJECT_BINARY_DIR}/DornImageConfig.cmake"
+  "${PROJECT_BINARY_DIR}/DornImageConfigVersion.cmake"
+  "${PROJECT_SOURCE_DIR}/cmake/FindFreeImage.cmake"
+  DESTINATION "${_package_dir}" COMPONENT dev)
+
+# FreeImage brings no pkg-config file of its own, so its library is named outright.
+if(BUILD_SHARED_LIBS)
+  set(DORNIMAGE_PC_CFLAGS "")
+  set(DORNIMAGE_PC_LIBS "-lDornImage -lfreeimage")
+else()
+  set(DORNIMAGE_PC_CFLAGS "-DDORNIMAGE_STATIC")
+  set(DORNIMAGE_PC_LIBS "-Wl,-u,dornimage_load_time_setup -lDornImage -lfreeimage -ltiff -lstdc++ -lm -lpthread")
+endif()
+configure_file("${PROJECT_SOURCE_DIR}/cmake/dornimage.pc.in" "${PROJECT_BINARY_DIR}/dornimage.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/dornimage.pc"
+  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT dev)
+
+if(TARGET dornimage)
+  install(TARGETS dornimage RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
+endif()
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
