@@ -1,7 +1,8 @@
 # Warnings, sanitizers and include paths shared by every target of the project.
 
 add_library(dorn_build_options INTERFACE)
-target_include_directories(dorn_build_options INTERFACE "${PROJECT_SOURCE_DIR}")
+target_include_directories(dorn_build_options INTERFACE
+  "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}/generated")
 target_compile_options(dorn_build_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wundef
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
@@ -24,4 +25,15 @@ function(dorn_add_room name)
   add_library(${name} OBJECT ${ROOM_SOURCES})
   target_compile_definitions(${name} PRIVATE DORNIMAGE_BUILDING)
   target_link_libraries(${name} PRIVATE dorn_build_options ${ROOM_LINKS})
+endfunction()
+
+# The path by which a public header is included, in the tree as below the installed include folder.
+function(dorn_include_path header result)
+  set(base "${PROJECT_SOURCE_DIR}")
+  cmake_path(IS_PREFIX PROJECT_BINARY_DIR "${header}" is_generated)
+  if(is_generated)
+    set(base "${PROJECT_BINARY_DIR}/generated")
+  endif()
+  cmake_path(RELATIVE_PATH header BASE_DIRECTORY "${base}" OUTPUT_VARIABLE path)
+  set(${result} "${path}" PARENT_SCOPE)
 endfunction()

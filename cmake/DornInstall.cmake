@@ -15,11 +15,7 @@ install(TARGETS DornImage EXPORT DornImageTargets
 
 get_property(_headers GLOBAL PROPERTY DORN_PUBLIC_HEADERS)
 foreach(_header IN LISTS _headers)
-  if(_header MATCHES "^${PROJECT_BINARY_DIR}/")
-    file(RELATIVE_PATH _path "${PROJECT_BINARY_DIR}/generated" "${_header}")
-  else()
-    file(RELATIVE_PATH _path "${PROJECT_SOURCE_DIR}" "${_header}")
-  endif()
+  dorn_include_path("${_header}" _path)
   get_filename_component(_folder "${_path}" DIRECTORY)
   install(FILES "${_header}" DESTINATION "${_include_dir}/${_folder}" COMPONENT dev)
 endforeach()

@@ -5,13 +5,14 @@
 #include "ImageProcessing/DornImage/DornImage.h"
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
 class CountingLog : public dornutils::LogFormaterInterface {
 public:
+    using LogFormaterInterface::writeMessage;
     void writeMessage(unsigned, const Velmora::u8string&, const char*, unsigned) override { ++lines; }
-    void writeMessage(unsigned, const char*, const char*, unsigned) override { ++lines; }
     int lines = 0;
 };
 
@@ -22,16 +23,14 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: consumer IN OUT.png\n");
         return 1;
     }
-    CountingLog log;
-    dornutils::setSystemLogFormater(&log);
+    const auto log = std::make_shared<CountingLog>();
+    dornutils::setSystemLogFormater(log);
     dornbase::Reference<DornImage::Image> page;
     if (!DornImage::loadImage(argv[1], page)) {
         std::fprintf(stderr, "%s: can't be loaded\n", argv[1]);
         return 3;
     }
     std::printf("%u x %u, %u bits, %d codec lines\n", page->GetWidth(), page->GetHeight(), page->GetBpp(),
-                log.lines);
-    const bool saved = page->Save(FIF_PNG, argv[2]);
-    dornutils::setSystemLogFormater(nullptr);
-    return saved ? 0 : 4;
+                log->lines);
+    return page->Save(FIF_PNG, argv[2]) ? 0 : 4;
 }
