@@ -39,6 +39,7 @@ else()
   set(DORNIMAGE_PC_CFLAGS "-DDORNIMAGE_STATIC")
   set(DORNIMAGE_PC_LIBS "-Wl,-u,dornimage_load_time_setup -lDornImage -lfreeimage -ltiff -lstdc++ -lm -lpthread")
 endif()
+file(RELATIVE_PATH DORNIMAGE_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/dornimage.pc.in" "${PROJECT_BINARY_DIR}/dornimage.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/dornimage.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT dev)
