@@ -1,0 +1,20 @@
+#ifndef DORNIMAGE_TOOLS_DORNIMAGE_COMMANDS_H
+#define DORNIMAGE_TOOLS_DORNIMAGE_COMMANDS_H
+
+#include "ExitCode.h"
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+
+/// What the command line asks for, to be run after all of it was understood. May throw ToolError.
+using Action = std::function<ExitCode()>;
+
+// Each adds one verb with its options to `app`. When the command line names that verb, `action` gets its
+// work.
+void addInfoCommand(CLI::App& app, Action& action);
+void addConvertCommand(CLI::App& app, Action& action);
+void addFormatsCommand(CLI::App& app, Action& action);
+void addCpuCommand(CLI::App& app, Action& action);
+
+#endif

@@ -1,0 +1,73 @@
+#include "Commands.h"
+#include "Text.h"
+
+#include "ImageProcessing/DornImage/DornImage.h"
+
+#include <iostream>
+#include <new>
+#include <sstream>
+
+namespace {
+
+constexpr char exitCodes[] =
+    "Exit codes: 0 done, 1 usage, 2 some files or pages failed and the others are done,\n"
+    "3 input cannot be read, 4 output cannot be written, 5 out of memory.";
+
+std::string version() {
+    return std::string("dornimage ") + DornImage::versionText + " (FreeImage " + FreeImage_GetVersion() + ")";
+}
+
+// CLI11's texts go through here because they repeat arguments as they came.
+ExitCode endOfParsing(const CLI::App& app, const CLI::ParseError& error) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int code = app.exit(error, out, err);
+    std::cout << out.str();
+    std::istringstream lines(err.str());
+    for (std::string line; std::getline(lines, line);) {
+        std::cerr << printable(line) << '\n';
+    }
+    return code == 0 ? ExitCode::done : ExitCode::usage;
+}
+
+ExitCode perform(const Action& action) {
+    try {
+        return action();
+    } catch (const ToolError& error) {
+        report(error.file(), error.what());
+        return error.code();
+    } catch (const std::bad_alloc&) {
+        report("", "out of memory");
+        return ExitCode::limits;
+    }
+}
+
+ExitCode parseAndPerform(int argc, const char* const* argv) {
+    CLI::App app("Pictures of scanned documents and photographs: what they are, and in other formats.",
+                 "dornimage");
+    app.set_version_flag("--version", version());
+    app.require_subcommand(1);
+    app.footer(exitCodes);
+    Action action;
+    addInfoCommand(app, action);
+    addConvertCommand(app, action);
+    addFormatsCommand(app, action);
+    addCpuCommand(app, action);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return endOfParsing(app, error);
+    }
+    return perform(action);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    ExitCode code = parseAndPerform(argc, argv);
+    if (!std::cout.flush() && code != ExitCode::usage) {
+        report("", "standard output cannot be written");
+        code = ExitCode::output;
+    }
+    return static_cast<int>(code);
+}
