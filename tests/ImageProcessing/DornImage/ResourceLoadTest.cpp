@@ -1,9 +1,7 @@
 #include "ImageProcessing/DornImage/DornImage.h"
+#include "tests/ScratchDirectory.h"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -12,8 +10,7 @@ FIBITMAP* load(const wchar_t* type, const wchar_t* name, VelmoraException& recor
 }
 
 TEST(ResourceLoad, DecodesWhatIsRegistered) {
-    std::ifstream file(DORN_TEST_DATA "/depths/rgb_small.png", std::ios::binary);
-    const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::string bytes = dorntest::readFile(DORN_TEST_DATA "/depths/rgb_small.png");
     ASSERT_TRUE(dornplatform::registerResource(nullptr, L"PNG", L"weasel", bytes.data(), bytes.size()));
     VelmoraException record;
     const DornImage::FIBitmapPtr bitmap(load(L"PNG", L"weasel", record));

@@ -1,16 +1,14 @@
 #include "ImageProcessing/DornImage/DornImage.h"
 #include "tests/ImageProcessing/DornImage/Pixels.h"
 #include "tests/ImageProcessing/DornImage/ScriptedCodec.h"
+#include "tests/ScratchDirectory.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <barrier>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <numeric>
-#include <optional>
 #include <thread>
 
 namespace {
@@ -253,8 +251,7 @@ TEST(StreamLoad, EqualsLoadByName) {
         const FIBitmapPtr expected(FreeImage_LoadFile(row.format, Velmora::u8string(path), named));
         EXPECT_EQ(expected.get() != nullptr, row.decodes);
 
-        std::ifstream file(path, std::ios::binary);
-        const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        const std::string bytes = dorntest::readFile(path);
         for (IStream* stream : {dornplatform::createMemoryStream(bytes.data(), bytes.size()),
                                 dornplatform::createFileStream(path)}) {
             ASSERT_NE(stream, nullptr);

@@ -1,10 +1,9 @@
 #include "ImageProcessing/DornImage/DornImage.h"
 #include "tests/ImageProcessing/DornImage/Pixels.h"
+#include "tests/ScratchDirectory.h"
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <utility>
 
@@ -22,21 +21,11 @@ using DornImage::FIBitmapPtr;
 using DornImage::FreeImage_LoadFile;
 using DornImage::FreeImageUnicodeFileIo;
 
-/// A directory of the test's own, with a letter beyond ASCII and a blank in its file names.
-class UnicodeFileIo : public testing::Test {
-protected:
-    void SetUp() override { ASSERT_TRUE(dorndisk::createTempDir("dornimage-test", directory_)); }
-    void TearDown() override { EXPECT_TRUE(dorndisk::deleteDirectory(directory_)); }
-
-    Velmora::u8string narrowName() const { return directory_ + "/\u00fcber blatt"; }
-    Velmora::pstring wideName() const {
-        Velmora::pstring wide;
-        Velmora::c_u8u16(wide, narrowName());
-        return wide;
-    }
-
-private:
-    Velmora::u8string directory_;
+/// A file of the test's own, with a letter beyond ASCII and a blank in its name.
+struct UnicodeFileIo : testing::Test {
+    dorntest::ScratchDirectory directory;
+    Velmora::u8string narrowName = (directory / "\u00fcber blatt").string();
+    Velmora::pstring wideName = (directory / "").wstring() + L"\u00fcber blatt";
 };
 
 constexpr int floatingRgb = 96;
@@ -101,21 +90,21 @@ TEST_F(UnicodeFileIo, KeepsPicturesInEveryFormat) {
             const FIBitmapPtr picture(makePicture(bits, format != FIF_WBMP));
             {
                 FreeImageUnicodeFileIo file;
-                ASSERT_TRUE(file.init(wideName(), true));
+                ASSERT_TRUE(file.init(wideName, true));
                 [[maybe_unused]] const CodecMayLeak tolerated{};
                 ASSERT_TRUE(FreeImage_SaveToHandle(format, picture.get(), file.getIo(), file.getHandle()));
             }
             FreeImageUnicodeFileIo file;
-            ASSERT_TRUE(file.init(wideName(), false));
+            ASSERT_TRUE(file.init(wideName, false));
             const FIBitmapPtr loaded(FreeImage_LoadFromHandle(format, file.getIo(), file.getHandle()));
             ASSERT_NE(loaded.get(), nullptr);
             const double allowed = losses.count(number) != 0 ? losses.at(number) : 0;
             EXPECT_LE(dorntest::meanDistance(picture.get(), loaded.get()), allowed);
 
             VelmoraException record;
-            const FIBitmapPtr named(FreeImage_LoadFile(format, narrowName(), record));
+            const FIBitmapPtr named(FreeImage_LoadFile(format, narrowName, record));
             EXPECT_EQ(dorntest::meanDistance(named.get(), loaded.get()), 0);
-            IStream* const stream = dornplatform::createFileStream(narrowName());
+            IStream* const stream = dornplatform::createFileStream(narrowName);
             const FIBitmapPtr streamed(FreeImage_LoadFile(format, stream, record));
             stream->Release();
             EXPECT_EQ(dorntest::meanDistance(streamed.get(), loaded.get()), 0);
@@ -128,21 +117,21 @@ TEST_F(UnicodeFileIo, KeepsPicturesInEveryFormat) {
 
 TEST_F(UnicodeFileIo, OpensForReadingOrEmptiesForWriting) {
     FreeImageUnicodeFileIo missing;
-    EXPECT_FALSE(missing.init(wideName(), false));
+    EXPECT_FALSE(missing.init(wideName, false));
     EXPECT_EQ(missing.getHandle(), nullptr);
     EXPECT_EQ(missing.getFileName(), L"");
 
-    std::ofstream(narrowName()) << "four";
+    dorntest::writeFile(narrowName.c_str(), "four");
     FreeImageUnicodeFileIo reading;
-    ASSERT_TRUE(reading.init(wideName(), false));
-    EXPECT_EQ(reading.getFileName(), wideName());
+    ASSERT_TRUE(reading.init(wideName, false));
+    EXPECT_EQ(reading.getFileName(), wideName);
     EXPECT_EQ(reading.getIo()->write_proc, nullptr);
     EXPECT_EQ(reading.getIo()->seek_proc(reading.getHandle(), -1, SEEK_END), 0);
     EXPECT_EQ(reading.getIo()->tell_proc(reading.getHandle()), 3);
 
     FreeImageUnicodeFileIo writing;
-    ASSERT_TRUE(writing.init(wideName(), true));
-    EXPECT_EQ(std::filesystem::file_size(narrowName()), 0U);
+    ASSERT_TRUE(writing.init(wideName, true));
+    EXPECT_EQ(std::filesystem::file_size(narrowName.c_str()), 0U);
     char text[] = "abcdef", back[6] = {};
     EXPECT_EQ(writing.getIo()->write_proc(text, 2, 3, writing.getHandle()), 3U);
     EXPECT_EQ(writing.getIo()->seek_proc(writing.getHandle(), 1, SEEK_SET), 0);
