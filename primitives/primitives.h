@@ -8,5 +8,6 @@
 #include "primitives/core/Frame.h"
 #include "primitives/core/Memory.h"
 #include "primitives/core/Types.h"
+#include "primitives/filter/FilterBox.h"
 
 #endif
