@@ -75,12 +75,12 @@ FIBITMAP* loadNamedFile(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileN
 }
 
 bool saveNamedFile(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const Velmora::u8string& fileName, int flags) {
-    if (isPlainName(fileName)) {
-        return ::FreeImage_Save(format, bitmap, fileName.c_str(), flags);
-    }
-    const File file = openFile(fileName, "w+b");
+    // Most encoders don't look at what becomes of their writes and report success on a full disk; the file
+    // knows better.
+    File file = openFile(fileName, "w+b");
     FreeImageIO io = fileCallbacks(true);
-    return file && ::FreeImage_SaveToHandle(format, bitmap, &io, file.get(), flags);
+    return file && ::FreeImage_SaveToHandle(format, bitmap, &io, file.get(), flags) &&
+           !std::ferror(file.get()) && std::fclose(file.release()) == 0;
 }
 
 #endif
