@@ -52,6 +52,8 @@ void installTiffHandlers() {
 
 bool setUpAtLoadTime() {
     installTiffHandlers();
+    // Whatever it answers, the primitives run: the status tells whether they know the processor's vendor.
+    ippInit();
     return true;
 }
 

@@ -29,5 +29,6 @@
 #include "platform/Stream.h"
 #include "platform/Thread.h"
 #include "platform/Types.h"
+#include "primitives/primitives.h"
 
 #endif

@@ -1,0 +1,206 @@
+#include "ImageProcessing/DornImage/DornImage.h"
+#include "LogLines.h"
+#include "ScriptedCodec.h"
+#include "tests/ScratchDirectory.h"
+
+#include <atomic>
+#include <gmock/gmock.h>
+#include <mutex>
+#include <thread>
+#include <tiffio.h>
+
+namespace {
+
+using DornImage::FIBitmapPtr;
+using DornImage::FreeImage_LoadFile;
+using DornImage::Image;
+using DornImage::Reference;
+using dorntest::Callbacks;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::vector<std::string> messages(const VelmoraException& record) {
+    for (const auto& error : record.getErrors()) {
+        EXPECT_EQ(error.fileName, "ImageProcessing/DornImage/FreeImageUtils");
+        EXPECT_GT(error.line, 0u);
+    }
+    return dorntest::messages(record);
+}
+
+Velmora::u8string testData(const std::string& file) {
+    return DORN_TEST_DATA "/" + file;
+}
+
+void say(const std::string& message) {
+    FreeImage_OutputMessageProc(dorntest::scriptedFormat(), "%s", message.c_str());
+}
+
+std::string fileContent(Callbacks& callbacks) {
+    const unsigned size = callbacks.read(1, static_cast<unsigned>(callbacks.buffer.size()));
+    return std::string(callbacks.buffer.begin(), callbacks.buffer.begin() + size);
+}
+
+// A format that FreeImage knows by its first word and can't read.
+void registerUnreadable() {
+    const auto init = [](Plugin* plugin, int) {
+        plugin->validate_proc = [](FreeImageIO* io, fi_handle handle) -> BOOL {
+            char word[10] = {};
+            return io->read_proc(word, 1, 10, handle) == 10 && std::string(word, 10) == "UNREADABLE";
+        };
+    };
+    FreeImage_RegisterLocalPlugin(init, "UNREADABLE", "Known only", "unreadable");
+}
+
+struct LoadTest : testing::Test {
+    ~LoadTest() override { dorntest::currentDecode = nullptr; }
+
+    // From now on the codec decodes so on this thread.
+    void script(dorntest::Decode newDecode) {
+        decode = std::move(newDecode);
+        dorntest::currentDecode = &decode;
+    }
+
+    // The name of a new file with that content.
+    Velmora::u8string write(const std::string& file, const std::string& content) const {
+        dorntest::writeFile(folder / file, content);
+        return (folder / file).string();
+    }
+
+    dorntest::ScratchDirectory folder;
+    const FREE_IMAGE_FORMAT format = dorntest::scriptedFormat();
+    dorntest::Decode decode;
+    VelmoraException record;
+};
+
+TEST_F(LoadTest, FormatComesFromTheContentThenFromTheName) {
+    Reference<Image> image;
+    const Velmora::u8string png = testData("depths/rgb_small.png");
+    const std::string content = dorntest::readFile(png.c_str());
+    for (const char* name : {"misnamed.jpg", "no-extension", "unknown.xyz"}) {
+        image = nullptr;
+        ASSERT_TRUE(DornImage::loadImage(write(name, content), image)) << name;
+        EXPECT_EQ(image->GetWidth() * 100 + image->GetHeight(), 8273u);
+    }
+    script([](Callbacks&) { return FreeImage_Allocate(3, 2, 8); });
+    ASSERT_TRUE(DornImage::loadImage(write("by-name.cc", "no signature"), image));
+    EXPECT_EQ(image->GetWidth(), 3u);
+    EXPECT_NE(dynamic_cast<dornbase::ReferencedImplMT<Image>*>(image.get()), nullptr);
+}
+
+TEST_F(LoadTest, ImageStaysWhereNothingIsLoaded) {
+    Reference<Image> image;
+    ASSERT_TRUE(DornImage::loadImage(testData("depths/rgb_small.png"), image));
+    Image* const before = image.get();
+    registerUnreadable();
+    script([](Callbacks&) { return nullptr; });
+    const Velmora::u8string names[] = {testData("damaged/empty.jpg"),
+                                       testData("damaged/text.png"),
+                                       testData("damaged/bad_directory_offset.tif"),
+                                       testData("damaged/cut.png"),
+                                       testData("missing.png"),
+                                       testData("missing"),
+                                       testData("damaged"),
+                                       Velmora::u8string(),
+                                       write("identified.unreadable", "UNREADABLE"),
+                                       write("empty.xyz", ""),
+                                       write("silent.cc", "x")};
+    for (const auto& name : names) {
+        EXPECT_FALSE(DornImage::loadImage(name, image)) << name;
+        EXPECT_EQ(image.get(), before) << name;
+    }
+}
+
+TEST_F(LoadTest, RecordGetsEachMessageInOrder) {
+    const Velmora::u8string name = write("x.cc", "content");
+    script([&](Callbacks& callbacks) {
+        say(fileContent(callbacks));
+        say("second");
+        FreeImage_OutputMessageProc(FIF_UNKNOWN, "%s", "of no format");
+        return FreeImage_Allocate(1, 1, 8);
+    });
+    const FIBitmapPtr bitmap(FreeImage_LoadFile(format, name, record));
+    EXPECT_NE(bitmap.get(), nullptr);
+    EXPECT_THAT(messages(record), ElementsAre("SCRIPTED: content", "SCRIPTED: second", "of no format"));
+    say("too late");
+    EXPECT_THAT(record.getErrors(), testing::SizeIs(3));
+}
+
+TEST_F(LoadTest, RecordGetsWhatWasThrown) {
+    const Velmora::u8string name = write("x.cc", "");
+    script([](Callbacks&) -> FIBITMAP* {
+        say("before");
+        throw 7;
+    });
+    EXPECT_EQ(FreeImage_LoadFile(format, name, record), nullptr);
+    EXPECT_THAT(messages(record), ElementsAre("SCRIPTED: before", "Unhandled exception"));
+    record.clear();
+    say("too late");
+    script([](Callbacks&) { return nullptr; });
+    EXPECT_EQ(FreeImage_LoadFile(format, name, record), nullptr);
+    EXPECT_EQ(FreeImage_LoadFile(FIF_UNKNOWN, name, record), nullptr);
+    EXPECT_THAT(messages(record), IsEmpty()) << "a silent failure adds nothing";
+}
+
+TEST_F(LoadTest, RecordGetsWhatTheCodecSaysOfDamagedFiles) {
+    EXPECT_EQ(FreeImage_LoadFile(FIF_TIFF, testData("damaged/bad_directory_offset.tif"), record), nullptr);
+    EXPECT_THAT(messages(record), ElementsAre("TIFF: Error while opening TIFF: data is invalid"));
+    record.clear();
+    EXPECT_EQ(FreeImage_LoadFile(FIF_PNG, "missing", record), nullptr);
+    EXPECT_THAT(messages(record), ElementsAre("PNG: FreeImage_Load: failed to open file missing"));
+    EXPECT_EQ(FreeImage_LoadFile(FIF_PNG, Velmora::u8string(1000, 'x'), record), nullptr) << "must survive";
+}
+
+TEST_F(LoadTest, LoadsByNameRunOneAtATimeWithTheirOwnRecords) {
+    std::atomic<int> running = 0;
+    std::atomic<bool> overlapped = false;
+    const dorntest::Decode sayWhatIsRead = [&](Callbacks& callbacks) -> FIBITMAP* {
+        overlapped = overlapped || ++running > 1;
+        std::this_thread::yield();
+        say(fileContent(callbacks));
+        --running;
+        return nullptr;
+    };
+    const auto load = [&](int thread) {
+        dorntest::currentDecode = &sayWhatIsRead;
+        const std::string number = std::to_string(thread);
+        const Velmora::u8string name = write(number + ".cc", number);
+        for (int round = 0; round < 30; ++round) {
+            VelmoraException own;
+            EXPECT_EQ(FreeImage_LoadFile(format, name, own), nullptr);
+            EXPECT_THAT(messages(own), ElementsAre("SCRIPTED: " + number));
+            VelmoraException damaged;
+            EXPECT_EQ(FreeImage_LoadFile(FIF_TIFF, testData("damaged/bad_directory_offset.tif"), damaged),
+                      nullptr);
+            EXPECT_THAT(messages(damaged), ElementsAre("TIFF: Error while opening TIFF: data is invalid"));
+            Reference<Image> image;
+            EXPECT_TRUE(DornImage::loadImage(testData("depths/rgb_small.png"), image));
+            // Says its words without a record, while others have one.
+            EXPECT_FALSE(DornImage::loadImage(testData("damaged/bad_directory_offset.tif"), image));
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back(load, thread);
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_FALSE(overlapped);
+}
+
+TEST_F(LoadTest, TiffCodecTalksToTheLog) {
+    const auto log = std::make_shared<dorntest::LogLines>();
+    dornutils::setSystemLogFormater(log);
+    TIFFError("Module", "%d of %s", 3, "five");
+    TIFFWarning(nullptr, "100%%");
+    TIFFWarning("Long", "%s", std::string(1000, 'x').c_str());
+    const std::string start = "2 ImageProcessing/DornImage/DornImage ";
+    EXPECT_THAT(log->lines, ElementsAre(start + "Module: 3 of five", start + "LIBTIFF: 100%",
+                                        start + "Long: " + std::string(257, 'x')));
+    log->lines.clear();
+    EXPECT_EQ(FreeImage_LoadFile(FIF_TIFF, testData("damaged/bad_directory_offset.tif"), record), nullptr);
+    EXPECT_THAT(log->lines, testing::Not(IsEmpty())) << "the codec that FreeImage uses is the same";
+    dornutils::setSystemLogFormater(nullptr);
+}
+
+} // namespace
