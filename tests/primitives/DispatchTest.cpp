@@ -7,6 +7,8 @@
 
 #include "VariantTest.h"
 
+extern "C" int callsFromC(void);
+
 namespace {
 
 class Dispatch : public VariantTest {};
@@ -63,6 +65,10 @@ TEST(FrameQueries, CacheSizeIsKnownOrSaysSo) {
     const IppStatus status = ippGetMaxCacheSizeB(&size);
     EXPECT_EQ(size > 0 ? ippStsNoErr : ippStsUnknownCacheSize, status);
     EXPECT_GE(size, 0);
+}
+
+TEST(PublicHeader, ServesC) {
+    EXPECT_EQ(callsFromC(), 0);
 }
 
 TEST(Status, HasNamesAndTexts) {
