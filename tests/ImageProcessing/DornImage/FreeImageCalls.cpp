@@ -33,7 +33,8 @@ const char* FreeImage_GetTagKey(FITAG* tag) {
     return calls.loseTagKeys ? nullptr : original(FreeImage_GetTagKey, "FreeImage_GetTagKey")(tag);
 }
 
-BOOL FreeImage_Save(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const char* name, int flags) {
+BOOL FreeImage_SaveToHandle(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, FreeImageIO* io, fi_handle handle,
+                            int flags) {
     calls.saveFlags.push_back(flags);
-    return original(FreeImage_Save, "FreeImage_Save")(format, bitmap, name, flags);
+    return original(FreeImage_SaveToHandle, "FreeImage_SaveToHandle")(format, bitmap, io, handle, flags);
 }
