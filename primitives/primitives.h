@@ -9,5 +9,6 @@
 #include "primitives/core/Memory.h"
 #include "primitives/core/Types.h"
 #include "primitives/filter/FilterBox.h"
+#include "primitives/resize/Resize.h"
 
 #endif

@@ -1,0 +1,8 @@
+#ifndef DORNIMAGE_PRIMITIVES_RESIZE_RESIZE_H
+#define DORNIMAGE_PRIMITIVES_RESIZE_RESIZE_H
+
+/* The resize methods. Valid in C. */
+
+#include "primitives/resize/ResizeSpec.h"
+
+#endif
