@@ -9,12 +9,11 @@
 #error "Only sources given to dorn_add_kernel_family may include this header."
 #endif
 
+#include "primitives/core/Inline.h"
+
 #define DORN_LEVEL_JOIN(prefix, number) prefix##number
 #define DORN_LEVEL_NAME(prefix, number) DORN_LEVEL_JOIN(prefix, number)
 #define DORN_LEVEL_NAMESPACE DORN_LEVEL_NAME(v, DORN_VARIANT)
-
-// Every helper of a level source is inlined: a shared copy might be kept from another level.
-#define DORN_INLINE static inline __attribute__((always_inline))
 
 namespace primitives {
 
