@@ -3,6 +3,7 @@
 
 /* The resize methods. Valid in C. */
 
+#include "primitives/resize/ResizeLinear.h"
 #include "primitives/resize/ResizeSpec.h"
 
 #endif

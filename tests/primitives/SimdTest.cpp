@@ -283,6 +283,29 @@ std::map<std::string, Reference> references(bool fuses) {
                  out.set(i / 2, static_cast<u32>(sum));
              }
          }},
+        {"i16 mulHighRounded", each<i16>([](i16 a, i16 b, i16) {
+             return static_cast<i16>((i32{a} * b + 0x4000) >> 15);
+         })},
+        {"u8 mulPairs",
+         [](const Inputs& in, int lanes, Bytes& out) {
+             for (int i = 0; i < lanes; i += 2) {
+                 const auto product = [&](int at) { return i32{in.a.at<u8>(at)} * in.b.at<std::int8_t>(at); };
+                 out.set(i / 2, saturated<i16>(product(i) + product(i + 1)));
+             }
+         }},
+        {"u8 lookupBlocks",
+         [](const Inputs& in, int lanes, Bytes& out) {
+             for (int i = 0; i < lanes; ++i) {
+                 out.set(i, in.a.at<u8>(i / 16 * 16 + in.b.at<u8>(i) % 16));
+             }
+         }},
+        {"u8 loadBlocks",
+         [](const Inputs& in, int lanes, Bytes& out) {
+             constexpr int offsets[] = {7, 0, 31, 2};
+             for (int i = 0; i < lanes; ++i) {
+                 out.set(i, in.a.at<u8>(offsets[i / 16] + i % 16));
+             }
+         }},
         {"u8 interleaveLowerBlocks", interleaved<u8>(false, true)},
         {"i16 interleaveLowerBlocks", interleaved<i16>(false, true)},
         {"i32 interleaveLowerBlocks", interleaved<i32>(false, true)},

@@ -95,6 +95,46 @@ DORN_INLINE Vec<int32_t, n / 2> mulPairs(Vec<int16_t, n> a, Vec<int16_t, n> b) {
     return result;
 }
 
+// The same of unsigned with signed bytes, in 16-bit lanes, saturated.
+template <int n>
+DORN_INLINE Vec<int16_t, n / 2> mulPairs(Vec<uint8_t, n> a, Vec<int8_t, n> b) {
+    Vec<int16_t, n / 2> result;
+    for (int i = 0; i < n / 2; ++i) {
+        result.raw[i] = saturate<int16_t>(a.raw[2 * i] * b.raw[2 * i] + a.raw[2 * i + 1] * b.raw[2 * i + 1]);
+    }
+    return result;
+}
+
+// The product of 16-bit lanes by 2^15, rounded to the nearest, halves up; that of twice -32768 wraps.
+template <int n>
+DORN_INLINE Vec<int16_t, n> mulHighRounded(Vec<int16_t, n> a, Vec<int16_t, n> b) {
+    Vec<int16_t, n> result;
+    for (int i = 0; i < n; ++i) {
+        result.raw[i] = static_cast<int16_t>((int32_t{a.raw[i]} * b.raw[i] + 0x4000) >> 15);
+    }
+    return result;
+}
+
+// Within each block of 128 bits the bytes of `table` whose numbers, 0 to 15, stand in `numbers`.
+template <int n>
+DORN_INLINE Vec<uint8_t, n> lookupBlocks(Vec<uint8_t, n> table, Vec<uint8_t, n> numbers) {
+    Vec<uint8_t, n> result;
+    for (int i = 0; i < n; ++i) {
+        result.raw[i] = table.raw[i / 16 * 16 + numbers.raw[i]];
+    }
+    return result;
+}
+
+// Blocks of 128 bits, each from its own place in memory.
+template <int n>
+DORN_INLINE Vec<uint8_t, n> blocksFrom(As<Vec<uint8_t, n>>, const uint8_t* base, const int32_t* offsets) {
+    Vec<uint8_t, n> result;
+    for (int i = 0; i < n; i += 16) {
+        __builtin_memcpy(reinterpret_cast<uint8_t*>(&result) + i, base + offsets[i / 16], 16);
+    }
+    return result;
+}
+
 // 8- and 16-bit lanes, the sum or difference saturated.
 template <typename T, int n>
 DORN_INLINE Vec<T, n> addSaturated(Vec<T, n> a, Vec<T, n> b) {

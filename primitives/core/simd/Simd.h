@@ -38,6 +38,7 @@ constexpr int kNarrowBytes = kVariant == 7 ? 64 : kVariant >= 5 ? 32 : 16;
 constexpr bool kFusesMulAdd = kVariant >= 5;
 
 using VecU8 = Vec<uint8_t, kNarrowBytes>;
+using VecI8 = Vec<int8_t, kNarrowBytes>;
 using VecI16 = Vec<int16_t, kNarrowBytes / 2>;
 using VecU16 = Vec<uint16_t, kNarrowBytes / 2>;
 using VecI32 = Vec<int32_t, kWideBytes / 4>;
@@ -66,6 +67,12 @@ DORN_INLINE V loadPromoteN(const T* from, size_t count) {
     T block[V::lanes] = {};
     __builtin_memcpy(block, from, count * sizeof(T));
     return loadPromote<V>(block);
+}
+
+// A vector of bytes whose blocks of 128 bits begin at base + offsets[0], base + offsets[1] and so on.
+template <typename V>
+DORN_INLINE V loadBlocks(const uint8_t* base, const int32_t* offsets) {
+    return blocksFrom(As<V>{}, base, offsets);
 }
 
 // All lanes to memory, saturated: signed 16- or 32-bit lanes to bytes, 32-bit lanes to 16-bit elements.

@@ -113,6 +113,31 @@ DORN_INLINE Vec<int32_t, 4> mulPairs(Vec<int16_t, 8> a, Vec<int16_t, 8> b) {
     return vec<Vec<int32_t, 4>>(_mm_madd_epi16(reg128(a), reg128(b)));
 }
 
+DORN_INLINE Vec<int16_t, 8> mulPairs(Vec<uint8_t, 16> a, Vec<int8_t, 16> b) {
+#if defined(__SSSE3__)
+    return vec<Vec<int16_t, 8>>(_mm_maddubs_epi16(reg128(a), reg128(b)));
+#else
+    const __m128i even = _mm_mullo_epi16(_mm_and_si128(reg128(a), _mm_set1_epi16(0xFF)),
+                                         _mm_srai_epi16(_mm_slli_epi16(reg128(b), 8), 8));
+    const __m128i odd = _mm_mullo_epi16(_mm_srli_epi16(reg128(a), 8), _mm_srai_epi16(reg128(b), 8));
+    return vec<Vec<int16_t, 8>>(_mm_adds_epi16(even, odd));
+#endif
+}
+
+#if defined(__SSSE3__)
+DORN_INLINE Vec<int16_t, 8> mulHighRounded(Vec<int16_t, 8> a, Vec<int16_t, 8> b) {
+    return vec<Vec<int16_t, 8>>(_mm_mulhrs_epi16(reg128(a), reg128(b)));
+}
+
+DORN_INLINE Vec<uint8_t, 16> lookupBlocks(Vec<uint8_t, 16> table, Vec<uint8_t, 16> numbers) {
+    return vec<Vec<uint8_t, 16>>(_mm_shuffle_epi8(reg128(table), reg128(numbers)));
+}
+#endif
+
+DORN_INLINE Vec<uint8_t, 16> blocksFrom(As<Vec<uint8_t, 16>>, const uint8_t* base, const int32_t* offsets) {
+    return vec<Vec<uint8_t, 16>>(load128(base + offsets[0]));
+}
+
 DORN_INLINE Vec<uint8_t, 16> addSaturated(Vec<uint8_t, 16> a, Vec<uint8_t, 16> b) {
     return vec<Vec<uint8_t, 16>>(_mm_adds_epu8(reg128(a), reg128(b)));
 }

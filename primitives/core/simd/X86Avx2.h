@@ -91,6 +91,27 @@ DORN_INLINE Vec<int32_t, 8> mulPairs(Vec<int16_t, 16> a, Vec<int16_t, 16> b) {
     return vec<Vec<int32_t, 8>>(_mm256_madd_epi16(reg256(a), reg256(b)));
 }
 
+DORN_INLINE Vec<int16_t, 16> mulPairs(Vec<uint8_t, 32> a, Vec<int8_t, 32> b) {
+    return vec<Vec<int16_t, 16>>(_mm256_maddubs_epi16(reg256(a), reg256(b)));
+}
+
+DORN_INLINE Vec<int16_t, 16> mulHighRounded(Vec<int16_t, 16> a, Vec<int16_t, 16> b) {
+    return vec<Vec<int16_t, 16>>(_mm256_mulhrs_epi16(reg256(a), reg256(b)));
+}
+
+DORN_INLINE Vec<uint8_t, 32> lookupBlocks(Vec<uint8_t, 32> table, Vec<uint8_t, 32> numbers) {
+    return vec<Vec<uint8_t, 32>>(_mm256_shuffle_epi8(reg256(table), reg256(numbers)));
+}
+
+DORN_INLINE __m256i twoBlocks(const uint8_t* base, const int32_t* offsets) {
+    const __m256i lower = _mm256_castsi128_si256(load128(base + offsets[0]));
+    return _mm256_inserti128_si256(lower, load128(base + offsets[1]), 1);
+}
+
+DORN_INLINE Vec<uint8_t, 32> blocksFrom(As<Vec<uint8_t, 32>>, const uint8_t* base, const int32_t* offsets) {
+    return vec<Vec<uint8_t, 32>>(twoBlocks(base, offsets));
+}
+
 DORN_INLINE Vec<uint8_t, 32> addSaturated(Vec<uint8_t, 32> a, Vec<uint8_t, 32> b) {
     return vec<Vec<uint8_t, 32>>(_mm256_adds_epu8(reg256(a), reg256(b)));
 }

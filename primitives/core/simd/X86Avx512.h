@@ -109,6 +109,23 @@ DORN_INLINE Vec<int32_t, 16> mulPairs(Vec<int16_t, 32> a, Vec<int16_t, 32> b) {
     return vec<Vec<int32_t, 16>>(_mm512_madd_epi16(reg512(a), reg512(b)));
 }
 
+DORN_INLINE Vec<int16_t, 32> mulPairs(Vec<uint8_t, 64> a, Vec<int8_t, 64> b) {
+    return vec<Vec<int16_t, 32>>(_mm512_maddubs_epi16(reg512(a), reg512(b)));
+}
+
+DORN_INLINE Vec<int16_t, 32> mulHighRounded(Vec<int16_t, 32> a, Vec<int16_t, 32> b) {
+    return vec<Vec<int16_t, 32>>(_mm512_mulhrs_epi16(reg512(a), reg512(b)));
+}
+
+DORN_INLINE Vec<uint8_t, 64> lookupBlocks(Vec<uint8_t, 64> table, Vec<uint8_t, 64> numbers) {
+    return vec<Vec<uint8_t, 64>>(_mm512_shuffle_epi8(reg512(table), reg512(numbers)));
+}
+
+DORN_INLINE Vec<uint8_t, 64> blocksFrom(As<Vec<uint8_t, 64>>, const uint8_t* base, const int32_t* offsets) {
+    const __m512i lower = _mm512_castsi256_si512(twoBlocks(base, offsets));
+    return vec<Vec<uint8_t, 64>>(_mm512_inserti64x4(lower, twoBlocks(base, offsets + 2), 1));
+}
+
 DORN_INLINE Vec<uint8_t, 64> addSaturated(Vec<uint8_t, 64> a, Vec<uint8_t, 64> b) {
     return vec<Vec<uint8_t, 64>>(_mm512_adds_epu8(reg512(a), reg512(b)));
 }

@@ -131,6 +131,15 @@ constexpr SimdCase
                 binary<VecI16>("i16 mulHigh", highProduct),
                 binary<VecU16>("u16 mulHigh", highProduct),
                 binary<VecI16>("i16 mulPairs", pairProducts),
+                binary<VecI16>("i16 mulHighRounded", [](auto a, auto b) { return mulHighRounded(a, b); }),
+                binary<VecU8>("u8 mulPairs", [](auto a, auto b) { return mulPairs(a, bitCast<VecI8>(b)); }),
+                binary<VecU8>("u8 lookupBlocks",
+                              [](auto a, auto b) { return lookupBlocks(a, b & splat<VecU8>(15)); }),
+                {"u8 loadBlocks", VecU8::lanes,
+                 [](const void* a, const void*, const void*, void* out, size_t) {
+                     const int32_t offsets[] = {7, 0, 31, 2};
+                     put(out, loadBlocks<VecU8>(static_cast<const uint8_t*>(a), offsets));
+                 }},
                 binary<VecU8>("u8 interleaveLowerBlocks", lowerBlocks),
                 binary<VecI16>("i16 interleaveLowerBlocks", lowerBlocks),
                 binary<VecI32>("i32 interleaveLowerBlocks", lowerBlocks),
