@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <set>
 #include <string>
@@ -20,6 +21,34 @@ TEST_P(Dispatch, RunsTheVariantThatWasAskedFor) {
     EXPECT_EQ(ippGetEnabledCpuFeatures(), ippGetVariantFeatures(GetParam()));
     EXPECT_EQ(ippTestFeatures(ippGetVariantFeatures(GetParam())), 1);
     EXPECT_EQ(ippTestFeatures(ippGetVariantFeatures(GetParam()) | IPP_FEATURE_SHA), 0);
+}
+
+// Must run before any test that pins a variant; those with parameters come last.
+TEST(Processor, GetsItsVariant) {
+    int expected = 0;
+    if (const char* told = std::getenv("DORN_TEST_VARIANT")) {
+        expected = std::atoi(told);
+    } else {
+#if !defined(DORN_PORTABLE_PRIMITIVES)
+        // What the compiler's runtime thinks of the processor, many-core ones left aside.
+        const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+                          __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
+        const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512cd") &&
+                            __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512dq") &&
+                            __builtin_cpu_supports("avx512vl");
+        expected = avx512                                  ? 7
+                   : avx2                                  ? 5
+                   : __builtin_cpu_supports("avx") != 0    ? 4
+                   : __builtin_cpu_supports("sse4.2") != 0 ? 3
+                   : __builtin_cpu_supports("ssse3") != 0  ? 2
+                   : __builtin_cpu_supports("sse3") != 0   ? 1
+                                                           : 0;
+#endif
+    }
+    ippInit();
+    EXPECT_EQ(ippGetVariantIndex(), expected);
+    EXPECT_EQ(ippIsVariantRunnable(expected), 1);
+    EXPECT_EQ(ippProbeVariant(), expected);
 }
 
 TEST(FrameQueries, AnswerForEveryIndex) {

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
+#include <latch>
 #include <thread>
 #include <vector>
 
@@ -32,14 +34,12 @@ int firstFalse(std::initializer_list<bool> facts) {
 
 int callFromManyThreads() {
     constexpr int count = 16;
-    std::atomic<int> ready{0};
+    std::latch ready{count};
     std::atomic<int> served{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < count; ++i) {
         threads.emplace_back([&, i] {
-            ++ready;
-            while (ready < count) {
-            }
+            ready.arrive_and_wait();
             Ipp8u* block = ippsMalloc_8u(1000 + i);
             if (block && ippGetVariantIndex() >= 0) {
                 std::memset(block, i, static_cast<std::size_t>(1000 + i));

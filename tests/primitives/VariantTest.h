@@ -1,6 +1,7 @@
 #ifndef DORNIMAGE_TESTS_PRIMITIVES_VARIANTTEST_H
 #define DORNIMAGE_TESTS_PRIMITIVES_VARIANTTEST_H
 
+#include <cstdlib>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -34,6 +35,12 @@ private:
 
     int before_ = 0;
 };
+
+// How often a random case is tried: `full` times, a tenth of that when DORN_TEST_SHORT is set, as on emulated
+// processors.
+inline int rounds(int full) {
+    return std::getenv("DORN_TEST_SHORT") ? (full + 9) / 10 : full;
+}
 
 inline std::string variantTestName(const testing::TestParamInfo<int>& info) {
     return std::string(1, 'v').append(std::to_string(info.param));
