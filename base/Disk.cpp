@@ -44,13 +44,16 @@ DirectoryPtr openDirectory(int parent, const char* name) {
     return directory;
 }
 
+/* Far deeper than any tree of the library's own, and far from the end of the stack. */
+constexpr int deepestLevel = 1000;
+
 /* Every step works on a name relative to a directory that is held open, so that a directory which is swapped
    for a link meanwhile leads nowhere. */
-bool deleteDirectoryAt(int parent, const char* name) {
+bool deleteDirectoryAt(int parent, const char* name, int level = 0) {
     bool emptied = true;
     {
         const DirectoryPtr directory = openDirectory(parent, name);
-        if (!directory) {
+        if (!directory || level > deepestLevel) {
             return false;
         }
         const int self = ::dirfd(directory.get());
@@ -62,7 +65,7 @@ bool deleteDirectoryAt(int parent, const char* name) {
             // Linux answers EISDIR for a directory, other systems EPERM.
             if (::unlinkat(self, entry->d_name, 0) != 0) {
                 const bool mayBeDirectory = errno == EISDIR || errno == EPERM;
-                emptied = mayBeDirectory && deleteDirectoryAt(self, entry->d_name) && emptied;
+                emptied = mayBeDirectory && deleteDirectoryAt(self, entry->d_name, level + 1) && emptied;
             }
         }
     }

@@ -17,7 +17,7 @@ if(NOT BUILD_SHARED_LIBS)
   target_compile_definitions(dorn_build_options INTERFACE DORNIMAGE_STATIC)
 endif()
 
-# One room of the library: an object library that sees only the rooms that it names.
+# One room of the library, an object library.
 #   dorn_add_room(NAME SOURCES file... [LINKS target...])
 # Object files are collected into libDornImage, so a room has one copy of its state in a process.
 function(dorn_add_room name)

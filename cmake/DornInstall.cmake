@@ -45,6 +45,8 @@ install(FILES "${PROJECT_BINARY_DIR}/dornimage.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT dev)
 
 if(TARGET dornimage)
+  file(RELATIVE_PATH _library_from_tool "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+  set_target_properties(dornimage PROPERTIES INSTALL_RPATH "$ORIGIN/${_library_from_tool}")
   install(TARGETS dornimage RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
 endif()
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)

@@ -14,10 +14,7 @@ class FileDescriptor {
 public:
     explicit FileDescriptor(int value = -1) : value_(value) {}
     FileDescriptor(FileDescriptor&& other) noexcept : value_(std::exchange(other.value_, -1)) {}
-    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-        std::swap(value_, other.value_);
-        return *this;
-    }
+    FileDescriptor& operator=(FileDescriptor&&) = delete;
     ~FileDescriptor() { close(); }
 
     int get() const { return value_; }

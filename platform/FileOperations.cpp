@@ -42,7 +42,16 @@ bool renameFile(const std::string& from, const std::string& to, bool replace) {
         return false;
     }
     // A file system without that flag; a second name is refused as well when the name is taken.
-    return ::link(from.c_str(), to.c_str()) == 0 && ::unlink(from.c_str()) == 0;
+    if (::link(from.c_str(), to.c_str()) != 0) {
+        return false;
+    }
+    if (::unlink(from.c_str()) == 0) {
+        return true;
+    }
+    const int cause = errno;
+    ::unlink(to.c_str());
+    errno = cause;
+    return false;
 }
 
 bool copyBytes(int from, int to) {

@@ -24,7 +24,7 @@ constexpr unsigned tiffCodecLevel = 2;
 constexpr std::size_t tiffMessageSlack = 256;
 
 // Errors and warnings share one level: the codec calls pages that it reads well enough errors, too.
-void tiffLogMessage(unsigned /*level*/, const char* module, const char* format, va_list arguments) {
+void tiffLogMessage(unsigned /*level*/, const char* module, const char* format, va_list arguments) try {
     Velmora::U8StringBuilder text;
     text.append(module ? module : "LIBTIFF").append(": ");
     const std::size_t size = std::strlen(format) + tiffMessageSlack;
@@ -34,6 +34,8 @@ void tiffLogMessage(unsigned /*level*/, const char* module, const char* format, 
         text.append(buffer.get());
     }
     dornutils::getSystemLogFormater()->writeMessage(tiffCodecLevel, text, dornImageSource, lineOf());
+} catch (...) {
+    // The caller is written in C: a line may be lost, the page may not.
 }
 
 void tiffErrorHandler(const char* module, const char* format, va_list arguments) {
@@ -50,20 +52,14 @@ void installTiffHandlers() {
     TIFFSetWarningHandler(tiffWarningHandler);
 }
 
-bool setUpAtLoadTime() {
-    installTiffHandlers();
-    // Whatever it answers, the primitives run: the status tells whether they know the processor's vendor.
-    ippInit();
-    return true;
-}
-
 } // namespace
 
 } // namespace DornImage
 
-// Its initialiser is the load notification. C linkage gives it a name by which a link against the static
-// library asks for this file.
-extern "C" {
-extern const bool dornimage_load_time_setup;
-const bool dornimage_load_time_setup = DornImage::setUpAtLoadTime();
+// The load notification. C linkage gives it a name by which a link against the static library asks for this
+// file; the priority puts it before a program's own static objects, which may load pictures.
+extern "C" [[gnu::constructor(101)]] void dornimage_load_time_setup() {
+    DornImage::installTiffHandlers();
+    // Whatever it answers, the primitives run: the status tells whether they know the processor's vendor.
+    ippInit();
 }

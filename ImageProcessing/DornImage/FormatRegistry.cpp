@@ -51,11 +51,13 @@ FREE_IMAGE_FORMAT defaultSaveFormat(unsigned bitsPerPixel) {
     }
 }
 
+// In the locale of the process, a capital I may have another small letter than i.
 u8string toLower(const u8string& text) {
+    static const locale_t neutralLocale = ::newlocale(LC_ALL_MASK, "C", nullptr);
     astring wide;
     Velmora::c_u8u16(wide, text);
     for (wchar_t& unit : wide) {
-        unit = static_cast<wchar_t>(std::towlower(static_cast<std::wint_t>(unit)));
+        unit = static_cast<wchar_t>(::towlower_l(static_cast<std::wint_t>(unit), neutralLocale));
     }
     u8string lower;
     Velmora::c_u16u8(lower, wide);

@@ -12,8 +12,9 @@ dornbase::ThreadMutex imageLoadMutex;
 
 namespace {
 
-// The records belong to the callers of the running loads.
-std::map<std::uint32_t, VelmoraException*> threadExceptionMap;
+// The records belong to the callers of the running loads. The priority is for the static library: a program's
+// own static objects may load pictures.
+[[gnu::init_priority(101)]] std::map<std::uint32_t, VelmoraException*> threadExceptionMap;
 
 } // namespace
 
@@ -25,7 +26,7 @@ void setThreadException(VelmoraException* exception) {
     }
 }
 
-void DLL_CALLCONV freeImageOutputMessage(FREE_IMAGE_FORMAT format, const char* message) {
+void DLL_CALLCONV freeImageOutputMessage(FREE_IMAGE_FORMAT format, const char* message) try {
     dornbase::ThreadMutexGuard guard(imageLoadMutex, true);
     const auto entry = threadExceptionMap.find(GetCurrentThreadId());
     if (entry == threadExceptionMap.end()) {
@@ -37,12 +38,14 @@ void DLL_CALLCONV freeImageOutputMessage(FREE_IMAGE_FORMAT format, const char* m
     }
     text.append(message);
     entry->second->setError(freeImageUtilsSource, lineOf(), text);
+} catch (...) {
+    // The callers are codecs, written in C for the most part: a message may be lost, the load may not.
 }
 
 MessageCapture::MessageCapture(VelmoraException& exception) {
     dornbase::ThreadMutexGuard guard(imageLoadMutex, true);
-    ::FreeImage_SetOutputMessage(freeImageOutputMessage);
     setThreadException(&exception);
+    ::FreeImage_SetOutputMessage(freeImageOutputMessage);
 }
 
 MessageCapture::~MessageCapture() {

@@ -71,11 +71,13 @@ public:
 
     /// Number of values in the tag. FreeImage keeps 32 bits: a larger number is refused.
     bool SetTagCount(unsigned long count);
+    /// Number of the tag in its metadata model.
     bool SetTagID(unsigned short id);
     /// Name of the tag; FreeImage copies it.
     bool SetTagKey(const char* key);
     /// Bytes of all values together. FreeImage keeps 32 bits: a larger number is refused.
     bool SetTagLength(unsigned long length);
+    /// Type of the values, which tells their width.
     bool SetTagType(FREE_IMAGE_MDTYPE type);
     /// Copies as many bytes as were set with SetTagLength, so type, count and length come first; FreeImage
     /// refuses a length that isn't the count times the width of the type.

@@ -43,6 +43,7 @@ protected:
     virtual void Reset();
 
 public:
+    /// A copy with everything that the bitmap carries.
     virtual bool GetClone(Reference<Image>& result);
 
     /// A copy resized by `zoom` percent, without resolution and metadata.
@@ -82,6 +83,7 @@ public:
     /// The bitmap, still the image's, or null.
     FIBITMAP* getFIBTMAP();
 
+    /// Pixels across and down.
     unsigned GetWidth() const;
     unsigned GetHeight() const;
     /// Bits per pixel.
@@ -91,6 +93,8 @@ public:
     /// See FreeImage_IsGrayScale.
     bool IsGrayScale();
 
+    /// The picture in blue, green and red; in 8 bits, grey with a grey ramp palette; in 8 bits of grey whatever
+    /// its palette. By FreeImage's conversions of these names; metadata goes along as far as they carry it.
     bool convertTo24Bits(Reference<Image>& result);
     bool convertTo8Bits(Reference<Image>& result);
     bool convertToGrayscale(Reference<Image>& result);

@@ -49,6 +49,16 @@ bool isPlainName(const Velmora::u8string& fileName) {
     return std::strlen(fileName.c_str()) <= longestPlainName;
 }
 
+// A name with a zero inside would be cut there, and name another file.
+bool isWholeName(const Velmora::u8string& fileName) {
+    return fileName.find('\0') == Velmora::u8string::npos;
+}
+
+// FreeImage's writer of PSD files writes behind its row buffer when a pixel has 1 bit.
+bool isSafeToSave(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap) {
+    return format != FIF_PSD || ::FreeImage_GetBPP(bitmap) != 1;
+}
+
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
 File openFile(const Velmora::u8string& fileName, const char* mode) {
@@ -58,26 +68,32 @@ File openFile(const Velmora::u8string& fileName, const char* mode) {
 } // namespace
 
 FREE_IMAGE_FORMAT namedFileContentFormat(const Velmora::u8string& fileName) {
-    return ::FreeImage_GetFileType(fileName.c_str(), 0);
+    return isWholeName(fileName) ? ::FreeImage_GetFileType(fileName.c_str(), 0) : FIF_UNKNOWN;
 }
 
 FREE_IMAGE_FORMAT namedFileExtensionFormat(const Velmora::u8string& fileName) {
-    return ::FreeImage_GetFIFFromFilename(fileName.c_str());
+    return isWholeName(fileName) ? ::FreeImage_GetFIFFromFilename(fileName.c_str()) : FIF_UNKNOWN;
 }
 
 FIBITMAP* loadNamedFile(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileName, int flags) {
+    if (!isWholeName(fileName)) {
+        return nullptr;
+    }
     if (isPlainName(fileName)) {
         return ::FreeImage_Load(format, fileName.c_str(), flags);
     }
-    const File file = openFile(fileName, "rb");
+    const File file = openFile(fileName, "rbe");
     FreeImageIO io = fileCallbacks(false);
     return file ? ::FreeImage_LoadFromHandle(format, &io, file.get(), flags) : nullptr;
 }
 
 bool saveNamedFile(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const Velmora::u8string& fileName, int flags) {
+    if (!isWholeName(fileName) || !isSafeToSave(format, bitmap)) {
+        return false;
+    }
     // Most encoders don't look at what becomes of their writes and report success on a full disk; the file
     // knows better.
-    File file = openFile(fileName, "w+b");
+    File file = openFile(fileName, "w+be");
     FreeImageIO io = fileCallbacks(true);
     return file && ::FreeImage_SaveToHandle(format, bitmap, &io, file.get(), flags) &&
            !std::ferror(file.get()) && std::fclose(file.release()) == 0;

@@ -16,10 +16,17 @@ public:
     int lines = 0;
 };
 
+// Loads before main: a program's static objects may come before those of a static library.
+const bool loadedEarly = [] {
+    VelmoraException messages;
+    const FIBITMAP* page = DornImage::FreeImage_LoadFile(FIF_PNG, "no such file", messages);
+    return !page && messages.hasError();
+}();
+
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
+    if (argc != 3 || !loadedEarly) {
         std::fprintf(stderr, "usage: consumer IN OUT.png\n");
         return 1;
     }

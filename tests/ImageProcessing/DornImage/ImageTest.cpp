@@ -202,6 +202,12 @@ TEST_F(ImageTest, SaveChoosesTheCodingOfATiff) {
     }
     const Reference<Image> refused = imageOf(FreeImage_Allocate(4, 4, 32));
     EXPECT_FALSE(refused->Save(FIF_JPEG, nameIn(folder, "refused.jpg"))) << "no fallback";
+
+    const Reference<Image> bilevel = imageOf(FreeImage_Allocate(64, 64, 1));
+    EXPECT_FALSE(bilevel->Save(FIF_PSD, nameIn(folder, "page.psd"))) << "the encoder leaves its buffer";
+    const auto cutName = nameIn(folder, std::string("cut\0.png", 8));
+    EXPECT_FALSE(bilevel->Save(FIF_PNG, cutName));
+    EXPECT_NE(::access(cutName.c_str(), F_OK), 0);
 }
 
 TEST_F(ImageTest, NamesReachTheirFilesByteForByte) {
