@@ -9,6 +9,7 @@
 #include "primitives/core/Memory.h"
 #include "primitives/core/Types.h"
 #include "primitives/filter/FilterBox.h"
+#include "primitives/filter/FilterGaussian.h"
 #include "primitives/resize/Resize.h"
 
 #endif
