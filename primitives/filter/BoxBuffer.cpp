@@ -21,9 +21,12 @@ std::int64_t roundUp(std::int64_t value, std::int64_t unit) {
 constexpr std::int64_t kWideArea = (std::int64_t{1} << 31) / 255 + 1;
 constexpr std::int64_t kWideHeight = (std::int64_t{1} << 32) / 255 + 1;
 
-bool isSmall(const BoxGeometry& geometry) {
+BoxMethod vectorMethod(const BoxGeometry& geometry) {
     const std::int64_t side = geometry.maskWidth;
-    return side == geometry.maskHeight && (side == 3 || side == 5 || side == 7);
+    if (side == geometry.maskHeight && (side == 3 || side == 5 || side == 7)) {
+        return BoxMethod::small;
+    }
+    return geometry.maskHeight <= kBoxNarrowHeight ? BoxMethod::narrow : BoxMethod::wide;
 }
 
 // Appends a region; the regions add up to less than the limit, since the callers ask for valid sizes only.
@@ -121,9 +124,10 @@ BoxLayout makeBoxLayout(const BoxGeometry& geometry, bool hasConstantRows, bool 
         return layout;
     };
     if (geometry.maskWidth * geometry.maskHeight < kWideArea) {
+        const BoxMethod method = vectorMethod(geometry);
         const BoxLayout layout =
-            complete(isSmall(geometry) ? placeColumns<BoxSmallColumns>(BoxMethod::small, geometry)
-                                       : placeColumns<BoxVectorColumns>(BoxMethod::vectors, geometry));
+            complete(method == BoxMethod::wide ? placeColumns<BoxWideColumns>(method, geometry)
+                                               : placeColumns<BoxNarrowColumns>(method, geometry));
         if (static_cast<std::int64_t>(layout.end) <= boxBufferSize(roi, mask, 1, 1)) {
             return layout;
         }

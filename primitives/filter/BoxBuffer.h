@@ -37,8 +37,8 @@ struct BoxGeometry {
 // `memory` has the bits of ippBorderInMemLeft and its kind.
 BoxGeometry makeBoxGeometry(IppiSize roi, IppiSize mask, std::uint32_t memory);
 
-// How column sums and window sums are kept; see BoxKernels.h.
-enum class BoxMethod { small, vectors, plain, tall };
+// How column sums are kept and window sums are taken; see BoxKernels.h.
+enum class BoxMethod { small, narrow, wide, plain, tall };
 
 // What the filter keeps in its buffer, all in bytes from the buffer's start unless told otherwise.
 struct BoxLayout {

@@ -22,11 +22,12 @@ struct BoxColumns {
     size_t stride; // elements from plane to plane
 };
 
-// For masks of 3 x 3, 5 x 5 and 7 x 7, whose window sums fit 16 bits: they are added up directly.
-using BoxSmallColumns = BoxColumns<uint16_t, 2>;
+// For masks of few rows: the difference of two column sums fits a signed 16-bit lane.
+using BoxNarrowColumns = BoxColumns<uint16_t, 2>;
+constexpr int kBoxNarrowHeight = 32767 / 255;
 
-// For masks whose window sums stay below 2^31: a running sum along the row.
-using BoxVectorColumns = BoxColumns<uint32_t, 4>;
+// For taller masks, as long as window sums stay below 2^31.
+using BoxWideColumns = BoxColumns<uint32_t, 4>;
 
 // The same one by one, for images too small for vectors and masks of more than that.
 using BoxPlainColumns = BoxColumns<uint32_t, 1>;
@@ -48,20 +49,24 @@ template <int variant>
 struct BoxKernels {
     // Adds the `count` pixels of `entering` to the sums from element `from` on, and takes off those of
     // `leaving` unless that is null.
-    static void moveColumns(BoxSmallColumns columns, size_t from, const uint8_t* entering,
+    static void moveColumns(BoxNarrowColumns columns, size_t from, const uint8_t* entering,
                             const uint8_t* leaving, size_t count);
-    static void moveColumns(BoxVectorColumns columns, size_t from, const uint8_t* entering,
+    static void moveColumns(BoxWideColumns columns, size_t from, const uint8_t* entering,
                             const uint8_t* leaving, size_t count);
     static void moveColumns(BoxPlainColumns columns, size_t from, const uint8_t* entering,
                             const uint8_t* leaving, size_t count);
     static void moveColumns(BoxTallColumns columns, size_t from, const uint8_t* entering,
                             const uint8_t* leaving, size_t count);
 
-    // Writes the means of a row's windows.
-    static void writeMeans(BoxSmallColumns columns, const BoxWindows& windows, uint8_t* to);
-    static void writeMeans(BoxVectorColumns columns, const BoxWindows& windows, uint8_t* to);
+    // Writes the means of a row's windows from a running sum.
+    static void writeMeans(BoxNarrowColumns columns, const BoxWindows& windows, uint8_t* to);
+    static void writeMeans(BoxWideColumns columns, const BoxWindows& windows, uint8_t* to);
     static void writeMeans(BoxPlainColumns columns, const BoxWindows& windows, uint8_t* to);
     static void writeMeans(BoxTallColumns columns, const BoxWindows& windows, uint8_t* to);
+
+    // The same for masks of 3 x 3, 5 x 5 and 7 x 7, whose window sums fit 16 bits: they are added up
+    // directly.
+    static void writeSmallMeans(BoxNarrowColumns columns, const BoxWindows& windows, uint8_t* to);
 };
 
 } // namespace primitives

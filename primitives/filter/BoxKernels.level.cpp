@@ -29,7 +29,7 @@ DORN_INLINE void addTo(typename V::Lane* sums, V change) {
     store(sums, load<V>(sums) + change);
 }
 
-DORN_INLINE void moveBlock(BoxSmallColumns columns, size_t at, VecU8 entering, VecU8 leaving) {
+DORN_INLINE void moveBlock(BoxNarrowColumns columns, size_t at, VecU8 entering, VecU8 leaving) {
     const Pixels in = split(entering);
     const Pixels out = split(leaving);
     uint16_t* sums = columns.sums + at / 2;
@@ -37,7 +37,7 @@ DORN_INLINE void moveBlock(BoxSmallColumns columns, size_t at, VecU8 entering, V
     addTo(sums + columns.stride, in.odd - out.odd);
 }
 
-// Signed 16-bit lanes in pairs, as 32-bit lanes.
+// Of each pair of signed 16-bit lanes the one at the lower address, or the other, as a 32-bit lane.
 DORN_INLINE NarrowU32 lowerOfPairs(VecU16 pairs) {
     return bitCast<NarrowU32>((bitCast<NarrowI32>(pairs) << 16) >> 16);
 }
@@ -46,7 +46,7 @@ DORN_INLINE NarrowU32 upperOfPairs(VecU16 pairs) {
     return bitCast<NarrowU32>(bitCast<NarrowI32>(pairs) >> 16);
 }
 
-DORN_INLINE void moveBlock(BoxVectorColumns columns, size_t at, VecU8 entering, VecU8 leaving) {
+DORN_INLINE void moveBlock(BoxWideColumns columns, size_t at, VecU8 entering, VecU8 leaving) {
     const Pixels in = split(entering);
     const Pixels out = split(leaving);
     const VecU16 even = in.even - out.even;
@@ -128,53 +128,110 @@ DORN_INLINE VecU8 meansOfPairs(const uint16_t* const (&columns)[2 * radius + 2],
 }
 
 template <int radius>
-DORN_INLINE void writeSmall(BoxSmallColumns columns, const BoxWindows& windows, uint8_t* to) {
+DORN_INLINE void writeSmall(BoxNarrowColumns columns, const BoxWindows& windows, uint8_t* to) {
     const uint16_t* in[2 * radius + 2];
     for (size_t k = 0; k < 2 * radius + 2; ++k) {
         in[k] = element(columns, windows.before + 1 + k);
     }
+    const size_t count = windows.count;
     size_t x = 0;
-    for (; windows.count - x >= VecU8::lanes; x += VecU8::lanes) {
+    for (; count - x >= VecU8::lanes; x += VecU8::lanes) {
         store(to + x, meansOfPairs<radius>(in, x / 2));
     }
-    if (x < windows.count) {
-        storeN(to + x, meansOfPairs<radius>(in, x / 2), windows.count - x);
+    if (x < count) {
+        storeN(to + x, meansOfPairs<radius>(in, x / 2), count - x);
     }
 }
 
 // ---------------------------------------------------------------- means of running sums
 
-DORN_INLINE VecU32 meansOf(VecU32 sums, VecF32 recip) {
-    const VecF32 means = toFloat(bitCast<VecI32>(sums)) * recip + splat<VecF32>(0.5F);
-    return bitCast<VecU32>(truncateInt(means));
+// A register of 32-bit lanes takes groups of four pixels, one in each lane. What the sum gains over whole
+// groups is added up across the register, and the sums within a group follow from the last one.
+template <typename V>
+struct Groups {
+    V gain; // of the group, its pixels' changes together
+    V change1;
+    V change2;
+    V change3;
+};
+
+template <typename V>
+DORN_INLINE V meansOf(V sums, float recip) {
+    using Signed = Vec<int32_t, V::lanes>;
+    using Float = Vec<float, V::lanes>;
+    const Float means = toFloat(bitCast<Signed>(sums)) * splat<Float>(recip) + splat<Float>(0.5F);
+    return bitCast<V>(truncateInt(means));
 }
 
-// The running sum is taken over whole groups of four elements only; the sums between follow from it.
-DORN_INLINE VecU32 meansOfGroups(const uint32_t* const (&leading)[4], const uint32_t* const (&trailing)[4],
-                                 size_t at, VecF32 recip, VecU32& sumBefore) {
-    const VecU32 change0 = load<VecU32>(leading[0] + at) - load<VecU32>(trailing[0] + at);
-    const VecU32 change1 = load<VecU32>(leading[1] + at) - load<VecU32>(trailing[1] + at);
-    const VecU32 change2 = load<VecU32>(leading[2] + at) - load<VecU32>(trailing[2] + at);
-    const VecU32 change3 = load<VecU32>(leading[3] + at) - load<VecU32>(trailing[3] + at);
-    const VecU32 running = prefixSum((change0 + change1) + (change2 + change3));
-    const VecU32 sum3 = running + sumBefore;
+// `sumBefore` has the sum in front of the first group in every lane, and moves on to the next register.
+template <typename V>
+DORN_INLINE Vec<uint8_t, 4 * V::lanes> meansOfGroups(Groups<V> groups, float recip, V& sumBefore) {
+    const V running = prefixSum(groups.gain);
+    const V sum3 = running + sumBefore;
     sumBefore += broadcastLast(running);
-    const VecU32 sum2 = sum3 - change3;
-    const VecU32 sum1 = sum2 - change2;
-    const VecU32 sum0 = sum1 - change1;
-    return (meansOf(sum0, recip) | meansOf(sum1, recip) << 8) |
-           (meansOf(sum2, recip) << 16 | meansOf(sum3, recip) << 24);
+    const V sum2 = sum3 - groups.change3;
+    const V sum1 = sum2 - groups.change2;
+    const V sum0 = sum1 - groups.change1;
+    return bitCast<Vec<uint8_t, 4 * V::lanes>>((meansOf(sum0, recip) | meansOf(sum1, recip) << 8) |
+                                               (meansOf(sum2, recip) << 16 | meansOf(sum3, recip) << 24));
+}
+
+// Where the elements that enter and leave the windows lie: those of a row's first pixels, plane by plane.
+template <typename Columns>
+struct Ends {
+    const typename Columns::Sum* leading[Columns::planes];
+    const typename Columns::Sum* trailing[Columns::planes];
+};
+
+DORN_INLINE Groups<NarrowU32> loadGroups(const Ends<BoxNarrowColumns>& ends, size_t x) {
+    const VecU16 even = load<VecU16>(ends.leading[0] + x / 2) - load<VecU16>(ends.trailing[0] + x / 2);
+    const VecU16 odd = load<VecU16>(ends.leading[1] + x / 2) - load<VecU16>(ends.trailing[1] + x / 2);
+    const VecI16 one = splat<VecI16>(1);
+    const NarrowI32 gain = mulPairs(bitCast<VecI16>(even), one) + mulPairs(bitCast<VecI16>(odd), one);
+    return {bitCast<NarrowU32>(gain), lowerOfPairs(odd), upperOfPairs(even), upperOfPairs(odd)};
+}
+
+DORN_INLINE Groups<VecU32> loadGroups(const Ends<BoxWideColumns>& ends, size_t x) {
+    const auto change = [&ends, x ](size_t plane) __attribute__((always_inline)) {
+        return load<VecU32>(ends.leading[plane] + x / 4) - load<VecU32>(ends.trailing[plane] + x / 4);
+    };
+    const VecU32 change1 = change(1);
+    const VecU32 change2 = change(2);
+    const VecU32 change3 = change(3);
+    return {(change(0) + change1) + (change2 + change3), change1, change2, change3};
+}
+
+template <typename V, typename Columns>
+DORN_INLINE void writeRunning(Columns columns, const BoxWindows& windows, uint8_t* to) {
+    Ends<Columns> ends;
+    for (size_t plane = 0; plane < Columns::planes; ++plane) {
+        ends.trailing[plane] = element(columns, windows.before + plane);
+        ends.leading[plane] = element(columns, windows.before + windows.maskWidth + plane);
+    }
+    constexpr size_t step = 4 * V::lanes;
+    const size_t count = windows.count;
+    const float recip = windows.recip;
+    V sumBefore = splat<V>(static_cast<uint32_t>(windows.startSum));
+    size_t x = 0;
+    for (; count - x >= step; x += step) {
+        store(to + x, meansOfGroups(loadGroups(ends, x), recip, sumBefore));
+    }
+    if (x < count) {
+        storeN(to + x, meansOfGroups(loadGroups(ends, x), recip, sumBefore), count - x);
+    }
 }
 
 template <typename Columns>
 DORN_INLINE void writeSingly(Columns columns, const BoxWindows& windows, uint8_t* to) {
     const typename Columns::Sum* trailing = columns.sums + windows.before;
     const typename Columns::Sum* leading = trailing + windows.maskWidth;
+    const size_t count = windows.count;
+    const float recip = windows.recip;
     uint64_t sum = windows.startSum;
-    for (size_t x = 0; x < windows.count; ++x) {
+    for (size_t x = 0; x < count; ++x) {
         sum += leading[x];
         sum -= trailing[x];
-        const float mean = static_cast<float>(static_cast<int64_t>(sum)) * windows.recip;
+        const float mean = static_cast<float>(static_cast<int64_t>(sum)) * recip;
         to[x] = static_cast<uint8_t>(static_cast<int>(mean + 0.5F));
     }
 }
@@ -186,7 +243,7 @@ namespace primitives {
 using namespace DORN_LEVEL_NAMESPACE;
 
 template <>
-void BoxKernels<kVariant>::moveColumns(BoxSmallColumns columns, size_t from, const uint8_t* entering,
+void BoxKernels<kVariant>::moveColumns(BoxNarrowColumns columns, size_t from, const uint8_t* entering,
                                        const uint8_t* leaving, size_t count) {
     if (leaving) {
         moveBlocks<true>(columns, from, entering, leaving, count);
@@ -196,7 +253,7 @@ void BoxKernels<kVariant>::moveColumns(BoxSmallColumns columns, size_t from, con
 }
 
 template <>
-void BoxKernels<kVariant>::moveColumns(BoxVectorColumns columns, size_t from, const uint8_t* entering,
+void BoxKernels<kVariant>::moveColumns(BoxWideColumns columns, size_t from, const uint8_t* entering,
                                        const uint8_t* leaving, size_t count) {
     if (leaving) {
         moveBlocks<true>(columns, from, entering, leaving, count);
@@ -218,36 +275,13 @@ void BoxKernels<kVariant>::moveColumns(BoxTallColumns columns, size_t from, cons
 }
 
 template <>
-void BoxKernels<kVariant>::writeMeans(BoxSmallColumns columns, const BoxWindows& windows, uint8_t* to) {
-    if (windows.maskWidth == 3) {
-        writeSmall<1>(columns, windows, to);
-    } else if (windows.maskWidth == 5) {
-        writeSmall<2>(columns, windows, to);
-    } else {
-        writeSmall<3>(columns, windows, to);
-    }
+void BoxKernels<kVariant>::writeMeans(BoxNarrowColumns columns, const BoxWindows& windows, uint8_t* to) {
+    writeRunning<simd::NarrowU32>(columns, windows, to);
 }
 
 template <>
-void BoxKernels<kVariant>::writeMeans(BoxVectorColumns columns, const BoxWindows& windows, uint8_t* to) {
-    const uint32_t* trailing[4];
-    const uint32_t* leading[4];
-    for (size_t k = 0; k < 4; ++k) {
-        trailing[k] = element(columns, windows.before + k);
-        leading[k] = element(columns, windows.before + windows.maskWidth + k);
-    }
-    constexpr size_t step = 4 * VecU32::lanes;
-    using Bytes = Vec<uint8_t, static_cast<int>(step)>;
-    const VecF32 recip = splat<VecF32>(windows.recip);
-    VecU32 sumBefore = splat<VecU32>(static_cast<uint32_t>(windows.startSum));
-    size_t x = 0;
-    for (; windows.count - x >= step; x += step) {
-        store(to + x, bitCast<Bytes>(meansOfGroups(leading, trailing, x / 4, recip, sumBefore)));
-    }
-    if (x < windows.count) {
-        storeN(to + x, bitCast<Bytes>(meansOfGroups(leading, trailing, x / 4, recip, sumBefore)),
-               windows.count - x);
-    }
+void BoxKernels<kVariant>::writeMeans(BoxWideColumns columns, const BoxWindows& windows, uint8_t* to) {
+    writeRunning<simd::VecU32>(columns, windows, to);
 }
 
 template <>
@@ -258,6 +292,17 @@ void BoxKernels<kVariant>::writeMeans(BoxPlainColumns columns, const BoxWindows&
 template <>
 void BoxKernels<kVariant>::writeMeans(BoxTallColumns columns, const BoxWindows& windows, uint8_t* to) {
     writeSingly(columns, windows, to);
+}
+
+template <>
+void BoxKernels<kVariant>::writeSmallMeans(BoxNarrowColumns columns, const BoxWindows& windows, uint8_t* to) {
+    if (windows.maskWidth == 3) {
+        writeSmall<1>(columns, windows, to);
+    } else if (windows.maskWidth == 5) {
+        writeSmall<2>(columns, windows, to);
+    } else {
+        writeSmall<3>(columns, windows, to);
+    }
 }
 
 } // namespace primitives

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 
 #include "primitives/core/Dispatch.h"
 #include "primitives/filter/BoxBuffer.h"
@@ -80,8 +81,31 @@ Ipp8u* alignUp(Ipp8u* address, std::size_t alignment) {
     return address + (alignment - reinterpret_cast<std::uintptr_t>(address) % alignment) % alignment;
 }
 
-// The filter on column sums of one kind, for one variant.
-template <int variant, typename Columns>
+template <BoxMethod method>
+struct ColumnsOf;
+template <>
+struct ColumnsOf<BoxMethod::small> {
+    using Type = BoxNarrowColumns;
+};
+template <>
+struct ColumnsOf<BoxMethod::narrow> {
+    using Type = BoxNarrowColumns;
+};
+template <>
+struct ColumnsOf<BoxMethod::wide> {
+    using Type = BoxWideColumns;
+};
+template <>
+struct ColumnsOf<BoxMethod::plain> {
+    using Type = BoxPlainColumns;
+};
+template <>
+struct ColumnsOf<BoxMethod::tall> {
+    using Type = BoxTallColumns;
+};
+
+// The filter by one method, for one variant.
+template <int variant, BoxMethod method>
 class BoxRun {
 public:
     BoxRun(const BoxImage& image, const BoxGeometry& geometry, const BoxLayout& layout, Ipp8u* buffer)
@@ -105,8 +129,7 @@ public:
         for (std::int64_t y = 0;;) {
             fillBorders();
             rows_.keep(y);
-            windows_.startSum = sumFrom(windows_.before);
-            BoxKernels<variant>::writeMeans(columns_, windows_, image_.dst + y * image_.dstStep);
+            write(image_.dst + y * image_.dstStep);
             if (++y == geometry_.height) {
                 return;
             }
@@ -115,6 +138,7 @@ public:
     }
 
 private:
+    using Columns = typename ColumnsOf<method>::Type;
     using Sum = typename Columns::Sum;
     static constexpr std::size_t planes = Columns::planes;
 
@@ -179,15 +203,19 @@ private:
                      [sum](Sum* from, Sum* to) { std::fill(from, to, sum); });
     }
 
+    void write(Ipp8u* to) {
+        if constexpr (method == BoxMethod::small) {
+            BoxKernels<variant>::writeSmallMeans(columns_, windows_, to);
+        } else {
+            windows_.startSum = sumFrom(windows_.before);
+            BoxKernels<variant>::writeMeans(columns_, windows_, to);
+        }
+    }
+
     std::uint64_t sumFrom(std::size_t element) const {
         std::uint64_t total = 0;
-        if constexpr (planes != 2) { // small masks are added up where they are
-            forEachPlane(element, element + windows_.maskWidth, [&total](const Sum* from, const Sum* to) {
-                for (; from != to; ++from) {
-                    total += *from;
-                }
-            });
-        }
+        forEachPlane(element, element + windows_.maskWidth,
+                     [&total](const Sum* from, const Sum* to) { total = std::accumulate(from, to, total); });
         return total;
     }
 
@@ -257,14 +285,22 @@ private:
                       Ipp8u* buffer) {
         switch (layout.method) {
         case BoxMethod::small:
-            return BoxRun<variant, BoxSmallColumns>(image, geometry, layout, buffer).run();
-        case BoxMethod::vectors:
-            return BoxRun<variant, BoxVectorColumns>(image, geometry, layout, buffer).run();
+            return runBy<BoxMethod::small>(image, geometry, layout, buffer);
+        case BoxMethod::narrow:
+            return runBy<BoxMethod::narrow>(image, geometry, layout, buffer);
+        case BoxMethod::wide:
+            return runBy<BoxMethod::wide>(image, geometry, layout, buffer);
         case BoxMethod::plain:
-            return BoxRun<variant, BoxPlainColumns>(image, geometry, layout, buffer).run();
+            return runBy<BoxMethod::plain>(image, geometry, layout, buffer);
         case BoxMethod::tall:
-            return BoxRun<variant, BoxTallColumns>(image, geometry, layout, buffer).run();
+            return runBy<BoxMethod::tall>(image, geometry, layout, buffer);
         }
+    }
+
+    template <BoxMethod method>
+    static void runBy(const BoxImage& image, const BoxGeometry& geometry, const BoxLayout& layout,
+                      Ipp8u* buffer) {
+        BoxRun<variant, method>(image, geometry, layout, buffer).run();
     }
 };
 

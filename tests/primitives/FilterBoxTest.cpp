@@ -146,6 +146,7 @@ protected:
         Border border;
         std::int32_t spare; // bytes between the rows
         bool inPlace;
+        bool isEdge = false; // black on the left, white on the right, instead of any pixels
 
         std::string text() const {
             return "roi " + std::to_string(roi.width) + 'x' + std::to_string(roi.height) + " mask " +
@@ -174,7 +175,8 @@ protected:
                            place);
         for (std::int32_t y = 0; y < rows; ++y) {
             for (std::int32_t x = 0; x < width; ++x) {
-                image.data()[y * step + x] = static_cast<Ipp8u>(random_() % 4 == 0 ? 255 : random_());
+                const int pixel = setup.isEdge ? (x < width / 2 ? 0 : 255) : below(300);
+                image.data()[y * step + x] = static_cast<Ipp8u>(std::min(pixel, 255));
             }
         }
         Ipp8u* src = image.data() + top * step + left;
@@ -242,8 +244,12 @@ TEST_P(FilterBox, GivesWhatItsDefinitionSays) {
             return;
         }
     }
-    // The page detector's masks, and one whose column sums pass 16 bits and window sums 24.
     checkAgainstReference({{130, 40}, {33, 33}, {ippBorderRepl, 0}, 3, false}, GuardedPages::atEnd);
+    // Column sums and their differences at the limits of 16-bit lanes, and sums of more than 24 bits
+    for (const std::int32_t height : {128, 129, 257, 258}) {
+        checkAgainstReference({{90, 3}, {4, height}, {ippBorderRepl, 0}, 0, false, true},
+                              GuardedPages::atEnd);
+    }
     checkAgainstReference({{20, 300}, {9, 270}, {ippBorderMirror, 0}, 0, true}, GuardedPages::atEnd);
     checkAgainstReference({{40, 3}, {400, 300}, {ippBorderConst, 255}, 0, false}, GuardedPages::atEnd);
 }
