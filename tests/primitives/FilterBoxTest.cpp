@@ -223,7 +223,7 @@ INSTANTIATE_VARIANTS(FilterBox);
 
 TEST_P(FilterBox, GivesWhatItsDefinitionSays) {
     const std::uint32_t kinds[] = {ippBorderRepl, ippBorderMirror, ippBorderConst};
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < rounds(300); ++i) {
         const bool isLarge = i % 5 == 0;
         Setup setup{
             {1 + below(isLarge ? 300 : 40), 1 + below(20)}, {1 + below(9), 1 + below(9)}, {}, 0, i % 3 == 0};
@@ -258,7 +258,7 @@ TEST_P(FilterBox, GivesWhatItsDefinitionSays) {
 // those of consecutive numerators, and they add up to the first of them. So all sums occur.
 TEST_P(FilterBox, RoundsEverySumLikeThePlainForm) {
     std::vector<IppiSize> masks = {{3, 3}, {5, 5}, {7, 7}, {33, 33}, {2, 2}, {16, 9}, {6, 20}};
-    for (std::int32_t area = 1; area <= 100; ++area) {
+    for (std::int32_t area = 1; area <= rounds(100); ++area) {
         masks.push_back({area, 1});
     }
     for (const IppiSize mask : masks) {
