@@ -15,6 +15,7 @@
 #include "ImageProcessing/DornImage/TempDirectory.h"
 #include "ImageProcessing/DornImage/UnicodeFileIo.h"
 #include "ImageProcessing/DornImage/Version.h"
+#include "ImageProcessing/DornImage/analysis/EmptyPage.h"
 #include "ImageProcessing/DornImage/analysis/SkewDetector.h"
 #include "base/Disk.h"
 #include "base/Log.h"
