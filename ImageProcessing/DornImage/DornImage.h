@@ -11,6 +11,7 @@
 #include "ImageProcessing/DornImage/ImageList.h"
 #include "ImageProcessing/DornImage/Load.h"
 #include "ImageProcessing/DornImage/ResourceLoad.h"
+#include "ImageProcessing/DornImage/Smoothing.h"
 #include "ImageProcessing/DornImage/Tags.h"
 #include "ImageProcessing/DornImage/TempDirectory.h"
 #include "ImageProcessing/DornImage/UnicodeFileIo.h"

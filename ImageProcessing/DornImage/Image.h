@@ -93,8 +93,9 @@ public:
     /// See FreeImage_IsGrayScale.
     bool IsGrayScale();
 
-    /// The picture in blue, green and red; in 8 bits, grey with a grey ramp palette; in 8 bits of grey whatever
-    /// its palette. By FreeImage's conversions of these names; metadata goes along as far as they carry it.
+    /// The picture in blue, green and red; in 8 bits, grey with a grey ramp palette; in 8 bits of grey
+    /// whatever its palette. By FreeImage's conversions of these names; metadata goes along as far as they
+    /// carry it.
     bool convertTo24Bits(Reference<Image>& result);
     bool convertTo8Bits(Reference<Image>& result);
     bool convertToGrayscale(Reference<Image>& result);
@@ -107,7 +108,9 @@ public:
     /// `result` is exchanged first: when the pixels can't be turned it holds an empty image, with true.
     bool RotateEx(double angle, double xCenter, double yCenter, Reference<Image>& result);
 
-    /// Gaussian smoothing into the image that `result` holds already; it must hold one.
+    /// Gaussian smoothing of 8- and 24-bit pictures, see ippiSmoothGaussian. The image that `result` holds
+    /// already gets the new bitmap instead of its own, which may be this image; an empty reference gets a new
+    /// image.
     /// @param kernelSize odd, 3 or more.
     /// @param sigma above 0, in pixels.
     bool GetSmoothed(Reference<Image>& result, unsigned kernelSize, float sigma);

@@ -273,7 +273,7 @@ INSTANTIATE_VARIANTS(FilterGaussian);
 
 TEST_P(FilterGaussian, EqualsTheReference) {
     const std::uint32_t kernels[] = {3, 3, 5, 5, 7, 9, 15, 17, 21, 33};
-    for (int i = 0; i < 120 && !HasFatalFailure(); ++i) {
+    for (int i = 0; i < rounds(120) && !HasFatalFailure(); ++i) {
         const std::uint32_t kernel = kernels[below(10)];
         const float sigma = 0.2F + 0.01F * static_cast<float>(below(static_cast<int>(kernel) * 40));
         compare(shape(tapsFor(kernel, sigma)));
@@ -344,7 +344,7 @@ TEST_P(FilterGaussian, TruncatesFlatImages) {
 }
 
 TEST_P(FilterGaussian, WorksInPlace) {
-    for (int i = 0; i < 24; ++i) {
+    for (int i = 0; i < rounds(24); ++i) {
         GaussianReference reference = shape(tapsFor(i % 2 == 0 ? 3 : 9, 1.3F));
         reference.border &= 15U;
         reference.border = reference.border == 0 ? 3 : reference.border;
