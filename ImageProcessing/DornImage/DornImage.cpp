@@ -4,6 +4,7 @@
 #include "ImageProcessing/DornImage/DornImage.h"
 
 #include "ImageProcessing/DornImage/SourceNames.h"
+#include "ImageProcessing/DornImage/TiffFields.h"
 #include "base/Log.h"
 
 #include <cstdarg>
@@ -60,6 +61,7 @@ void installTiffHandlers() {
 // file; the priority puts it before a program's own static objects, which may load pictures.
 extern "C" [[gnu::constructor(101)]] void dornimage_load_time_setup() {
     DornImage::installTiffHandlers();
+    DornImage::installTiffFields();
     // Whatever it answers, the primitives run: the status tells whether they know the processor's vendor.
     ippInit();
 }
