@@ -28,33 +28,23 @@ DORN_INLINE VecI8 factors() {
 }
 
 DORN_INLINE VecI16 interpolate(VecU8 pairs, VecI16 weights) {
-    const VecI16 left = mulPairs(pairs, factors<LeftFactors>());
+    const VecI16 left = mulPairs(pairs, factors<LeftFactors>()) + splat<VecI16>(32);
     return left + mulHighRounded(mulPairs(pairs, factors<DifferenceFactors>()), weights);
 }
 
-template <size_t group>
-DORN_INLINE VecU8 loadWindows(const uint8_t* row, const int32_t* starts) {
-    if constexpr (group == kLinearGroup) {
-        return loadBlocks<VecU8>(row, starts);
-    } else {
-        return loadTwinBlocks<VecU8>(row, starts);
-    }
-}
-
-template <size_t group>
 DORN_INLINE void filterWindows(const uint8_t* row, const LinearColumns& columns, int16_t* to) {
     const int32_t* starts = columns.starts;
     const uint8_t* numbers = columns.numbers;
-    const int16_t* weights = columns.weights;
     const size_t last = columns.samples - kBlock;
     for (size_t at = 0;; at += kBlock) {
         at = at < last ? at : last;
-        const VecU8 pairs = lookupBlocks(loadWindows<group>(row, starts), load<VecU8>(numbers));
-        store(to + at, interpolate(pairs, load<VecI16>(weights + at)));
+        const VecU8 windows = loadBlocks<VecU8>(row, starts);
+        const VecU8 pairs = lookupBlocks(windows, load<VecU8>(numbers));
+        store(to + at, interpolate(pairs, load<VecI16>(columns.weights + at)));
         if (at == last) {
             return;
         }
-        starts += kBlock / group;
+        starts += kBlock / kLinearGroup;
         numbers += 2 * kBlock;
     }
 }
@@ -92,10 +82,11 @@ struct Blended {
 };
 
 DORN_INLINE VecI16 blend(VecI16 upper, VecI16 fall, VecI16 weight) {
-    return mulHighRounded(upper + mulHigh(fall, weight), splat<VecI16>(512));
+    return (upper + mulHigh(fall, weight)) >> 6;
 }
 
-DORN_INLINE VecU8 blend(const Blended& rows, VecI16 weights) {
+DORN_INLINE VecU8 blend(const Blended& rows, int16_t weight) {
+    const VecI16 weights = splat<VecI16>(weight);
     return demote<VecU8>(blend(rows.upper[0], rows.fall[0], weights),
                          blend(rows.upper[1], rows.fall[1], weights));
 }
@@ -111,7 +102,7 @@ DORN_INLINE Blended loadBlended(const int16_t* upper, const int16_t* lower) {
             {doubled(upper0 - load<VecI16>(lower)), doubled(upper1 - load<VecI16>(lower + kBlock))}};
 }
 
-// The same for rows shorter than two registers.
+// The samples of the last register, of which there may be less than a register.
 DORN_INLINE Blended loadBlendedN(const int16_t* upper, const int16_t* lower, size_t count) {
     int16_t both[2][2 * kBlock] = {};
     __builtin_memcpy(both[0], upper, count * sizeof *upper);
@@ -123,30 +114,17 @@ template <int count>
 DORN_INLINE void blendTargets(const int16_t* upper, const int16_t* lower, size_t samples,
                               const LinearTarget* targets) {
     constexpr size_t step = VecU8::lanes;
-    uint8_t* to[count]; // `targets` would be read again after each store
-    VecI16 weights[count];
-    for (int target = 0; target < count; ++target) {
-        to[target] = targets[target].to;
-        weights[target] = splat<VecI16>(targets[target].weight);
-    }
-    if (samples < step) {
-        const Blended rows = loadBlendedN(upper, lower, samples);
-        for (int target = 0; target < count; ++target) {
-            storeN(to[target], blend(rows, weights[target]), samples);
-        }
-        return;
-    }
-    // Stores that cross cache lines are slow. The first step and the last one may overlap their neighbours.
-    const size_t toBoundary = step - reinterpret_cast<uintptr_t>(to[0]) % step;
-    const size_t last = samples - step;
-    for (size_t at = 0;; at += at == 0 ? toBoundary : step) {
-        at = at < last ? at : last;
+    size_t at = 0;
+    for (; samples - at >= step; at += step) {
         const Blended rows = loadBlended(upper + at, lower + at);
         for (int target = 0; target < count; ++target) {
-            store(to[target] + at, blend(rows, weights[target]));
+            store(targets[target].to + at, blend(rows, targets[target].weight));
         }
-        if (at == last) {
-            return;
+    }
+    if (const size_t rest = samples - at; rest > 0) {
+        const Blended rows = loadBlendedN(upper + at, lower + at, rest);
+        for (int target = 0; target < count; ++target) {
+            storeN(targets[target].to + at, blend(rows, targets[target].weight), rest);
         }
     }
 }
@@ -160,13 +138,7 @@ using namespace DORN_LEVEL_NAMESPACE;
 template <>
 void LinearKernels<kVariant>::filterRow(const uint8_t* row, const LinearColumns& columns, int16_t* to) {
     if (columns.starts) {
-        if constexpr (kBlock >= kLinearWideGroup) {
-            if (columns.group == kLinearWideGroup) {
-                filterWindows<kLinearWideGroup>(row, columns, to);
-                return;
-            }
-        }
-        filterWindows<kLinearGroup>(row, columns, to);
+        filterWindows(row, columns, to);
         return;
     }
     switch (columns.channels) {

@@ -22,50 +22,40 @@ void writeFile(const std::string& name, const std::string& content) {
 
 } // namespace
 
-TEST(Info, TellsFormatAndPagesOfAFile) {
-    const json files = runTool({"info", "--json", dataFile("multipage/report_5pages_1bit_g4.tif"),
-                                dataFile("multipage/animated.gif"), dataFile("photos/street_nikon_gps.jpg")})
-                           .json();
-    ASSERT_EQ(files.size(), 3U);
-    EXPECT_EQ(files[0]["format"], "TIFF");
-    EXPECT_EQ(files[0]["mime"], "image/tiff");
-    EXPECT_EQ(files[0]["pageCount"], 5);
-    EXPECT_EQ(files[0]["file"], dataFile("multipage/report_5pages_1bit_g4.tif"));
-    EXPECT_EQ(files[1]["format"], "GIF");
-    EXPECT_EQ(files[1]["pageCount"], 3);
-    EXPECT_EQ(files[2]["format"], "JPEG");
-    EXPECT_EQ(files[2]["pageCount"], 1);
+TEST(Info, TellsFormatAndPagesOfEachFile) {
+    const std::vector<std::string> names = {dataFile("multipage/report_5pages_1bit_g4.tif"),
+                                            dataFile("multipage/animated.gif"),
+                                            dataFile("photos/street_nikon_gps.jpg")};
+    const json files = runTool({"info", "--json", names[0], names[1], names[2]}).json();
+    const json expected = {{names[0], "TIFF", "image/tiff", 5},
+                           {names[1], "GIF", "image/gif", 3},
+                           {names[2], "JPEG", "image/jpeg", 1}};
+    ASSERT_EQ(files.size(), names.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ((json{files[i]["file"], files[i]["format"], files[i]["mime"], files[i]["pageCount"]}),
+                  expected[i]);
+    }
 }
 
 TEST(Info, TellsDepthColourAndPalette) {
-    struct Expected {
-        std::string file;
-        unsigned depth;
-        std::string type, colour, palette;
-        unsigned entries;
-        bool transparent;
+    // depth, type, colour, palette and its entries, transparent
+    const std::vector<std::pair<std::string, json>> table = {
+        {"depths/min_is_black_g4.tif", {1, "bitmap", "min-is-black", "grey ramp", 2, false}},
+        {"depths/min_is_white_g4.tif", {1, "bitmap", "min-is-white", "inverted grey ramp", 2, false}},
+        {"depths/palette4.png", {4, "bitmap", "palette", "grey", 16, false}},
+        {"depths/palette8.png", {8, "bitmap", "palette", "colour", 256, false}},
+        {"depths/palette_alpha.png", {8, "bitmap", "palette", "grey", 256, true}},
+        {"depths/grey_jpeg.tif", {8, "bitmap", "min-is-black", "grey ramp", 256, false}},
+        {"depths/grey16.png", {16, "uint16", "min-is-black", "none", 0, false}},
+        {"depths/rgb_small.png", {24, "bitmap", "rgb", "none", 0, false}},
+        {"depths/rgba32.bmp", {32, "bitmap", "rgb-alpha", "none", 0, true}},
+        {"depths/rgb48.tif", {48, "rgb16", "rgb", "none", 0, false}},
     };
-    const std::vector<Expected> table = {
-        {"depths/min_is_black_g4.tif", 1, "bitmap", "min-is-black", "grey ramp", 2, false},
-        {"depths/min_is_white_g4.tif", 1, "bitmap", "min-is-white", "inverted grey ramp", 2, false},
-        {"depths/palette4.png", 4, "bitmap", "palette", "grey", 16, false},
-        {"depths/palette8.png", 8, "bitmap", "palette", "colour", 256, false},
-        {"depths/palette_alpha.png", 8, "bitmap", "palette", "grey", 256, true},
-        {"depths/grey_jpeg.tif", 8, "bitmap", "min-is-black", "grey ramp", 256, false},
-        {"depths/grey16.png", 16, "uint16", "min-is-black", "none", 0, false},
-        {"depths/rgb_small.png", 24, "bitmap", "rgb", "none", 0, false},
-        {"depths/rgba32.bmp", 32, "bitmap", "rgb-alpha", "none", 0, true},
-        {"depths/rgb48.tif", 48, "rgb16", "rgb", "none", 0, false},
-    };
-    for (const Expected& expected : table) {
-        SCOPED_TRACE(expected.file);
-        const json page = firstPage(expected.file);
-        EXPECT_EQ(page["depth"], expected.depth);
-        EXPECT_EQ(page["type"], expected.type);
-        EXPECT_EQ(page["colour"], expected.colour);
-        EXPECT_EQ(page["palette"], expected.palette);
-        EXPECT_EQ(page["paletteEntries"], expected.entries);
-        EXPECT_EQ(page["transparent"], expected.transparent);
+    for (const auto& [file, expected] : table) {
+        const json page = firstPage(file);
+        const json told = {page["depth"],   page["type"],           page["colour"],
+                           page["palette"], page["paletteEntries"], page["transparent"]};
+        EXPECT_EQ(told, expected) << file;
     }
 }
 

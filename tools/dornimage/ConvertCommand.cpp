@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "PageFacts.h"
 #include "PictureWriter.h"
 #include "Source.h"
 #include "Text.h"
@@ -38,12 +39,18 @@ Reference<Image> converted(const Reference<Image>& image, const std::string& to)
     return result;
 }
 
+// FreeImage's writers of these formats store a picture's EXIF data.
+bool keepsExif(FREE_IMAGE_FORMAT format) {
+    return format == FIF_JPEG || format == FIF_WEBP || format == FIF_PSD;
+}
+
 class Conversion {
 public:
     explicit Conversion(const Options& options) : options_(options) {}
 
     ExitCode run() {
         const FREE_IMAGE_FORMAT format = formatForWriting(options_.output, options_.format);
+        keepsExif_ = keepsExif(format);
         // The frames of an animation stay what they are in another animation; everywhere else a page is what
         // is seen of it.
         Source source(options_.input, messages_, format == FIF_GIF ? Frames::stored : Frames::played);
@@ -69,6 +76,11 @@ private:
         for (const std::string& message : loaded.messages) {
             report(options_.input, message);
         }
+        const int orientation = exifOrientation(loaded.image->getFIBTMAP()).value_or(1);
+        if (orientation != 1 && !keepsExif_) {
+            report(options_.input, "its EXIF orientation " + std::to_string(orientation) +
+                                       " has no place in the output, which shows it as it is stored");
+        }
         Reference<Image> result = converted(loaded.image, options_.to);
         if (!result) {
             const FREE_IMAGE_TYPE type = FreeImage_GetImageType(loaded.image->getFIBTMAP());
@@ -80,6 +92,7 @@ private:
     }
 
     const Options& options_;
+    bool keepsExif_ = true;
     CodecMessages messages_;
 };
 

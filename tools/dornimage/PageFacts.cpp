@@ -49,17 +49,6 @@ std::string paletteKind(FIBITMAP* bitmap) {
     return ascending ? "grey ramp" : descending ? "inverted grey ramp" : "grey";
 }
 
-std::optional<int> exifOrientation(FIBITMAP* bitmap) {
-    FITAG* tag = nullptr;
-    if (!FreeImage_GetMetadata(FIMD_EXIF_MAIN, bitmap, "Orientation", &tag) || !tag ||
-        FreeImage_GetTagType(tag) != FIDT_SHORT || FreeImage_GetTagLength(tag) < sizeof(std::uint16_t)) {
-        return std::nullopt;
-    }
-    std::uint16_t value = 0;
-    std::memcpy(&value, FreeImage_GetTagValue(tag), sizeof(value));
-    return value;
-}
-
 std::vector<std::pair<std::string, unsigned>> metadataCounts(FIBITMAP* bitmap) {
     constexpr std::pair<FREE_IMAGE_MDMODEL, const char*> models[] = {
         {FIMD_COMMENTS, "comments"},
@@ -85,6 +74,17 @@ std::vector<std::pair<std::string, unsigned>> metadataCounts(FIBITMAP* bitmap) {
 }
 
 } // namespace
+
+std::optional<int> exifOrientation(FIBITMAP* bitmap) {
+    FITAG* tag = nullptr;
+    if (!FreeImage_GetMetadata(FIMD_EXIF_MAIN, bitmap, "Orientation", &tag) || !tag ||
+        FreeImage_GetTagType(tag) != FIDT_SHORT || FreeImage_GetTagLength(tag) < sizeof(std::uint16_t)) {
+        return std::nullopt;
+    }
+    std::uint16_t value = 0;
+    std::memcpy(&value, FreeImage_GetTagValue(tag), sizeof(value));
+    return value;
+}
 
 PageFacts factsOf(DornImage::Image& image) {
     FIBITMAP* const bitmap = image.getFIBTMAP();

@@ -28,6 +28,9 @@ struct PageFacts {
 
 PageFacts factsOf(DornImage::Image& image);
 
+/// The EXIF value, when there is one.
+std::optional<int> exifOrientation(FIBITMAP* bitmap);
+
 /// Dots per inch: a whole number where the whole dots per metre can stand for one, else rounded to
 /// hundredths.
 double dotsPerInch(unsigned dotsPerMetre);

@@ -3,6 +3,8 @@
 
 #include "ImageProcessing/DornImage/DornImage.h"
 
+#include <cstdio>
+#include <exception>
 #include <iostream>
 #include <new>
 #include <sstream>
@@ -36,9 +38,6 @@ ExitCode perform(const Action& action) {
     } catch (const ToolError& error) {
         report(error.file(), error.what());
         return error.code();
-    } catch (const std::bad_alloc&) {
-        report("", "out of memory");
-        return ExitCode::limits;
     }
 }
 
@@ -61,13 +60,24 @@ ExitCode parseAndPerform(int argc, const char* const* argv) {
     return perform(action);
 }
 
+ExitCode run(int argc, const char* const* argv) {
+    const ExitCode code = parseAndPerform(argc, argv);
+    if (!std::cout.flush()) {
+        report("", "standard output cannot be written");
+        return ExitCode::output;
+    }
+    return code;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    ExitCode code = parseAndPerform(argc, argv);
-    if (!std::cout.flush() && code != ExitCode::usage) {
-        report("", "standard output cannot be written");
-        code = ExitCode::output;
+    try {
+        return static_cast<int>(run(argc, argv));
+    } catch (const std::bad_alloc&) {
+        std::fputs("dornimage: out of memory\n", stderr);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "dornimage: %s\n", error.what());
     }
-    return static_cast<int>(code);
+    return static_cast<int>(ExitCode::limits);
 }
