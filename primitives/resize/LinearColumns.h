@@ -8,9 +8,10 @@ namespace primitives {
 
 // Arranges the columns of a tile's interior for blocks of `block` samples, in what is left of a work buffer
 // that ends at `bufferEnd`. `buffer` has at least 4 bytes a sample and two alignments left; windows are used
-// when there is room for their tables too. Wants x.inner() above 0.
-LinearColumns makeLinearColumns(const ResizeSpan& x, std::size_t channels, std::size_t block,
-                                ResizeBuffer buffer, const Ipp8u* bufferEnd);
+// when there is room for their tables too. Wants x.inner() above 0, and 1, 3 or 4 channels.
+template <std::size_t channels>
+LinearColumns makeLinearColumns(const ResizeSpan& x, std::size_t block, ResizeBuffer buffer,
+                                const Ipp8u* bufferEnd);
 
 } // namespace primitives
 

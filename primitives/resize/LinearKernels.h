@@ -8,18 +8,21 @@
 //     (a * (16384 - f) + b * f + 128) >> 8  =  64 a + (((b - a) * f + 128) >> 8)
 // where the last term is the rounded high product of 64 (a - b) and -2 f: both fit 16 bits, also for f =
 // 16384. The vertical pass on such samples A and B with the weight g gives
-//     (A * (16384 - g) + B * g + 524288) >> 20  =  (A + 32 + (((B - A) * g) >> 14)) >> 6
-// because the floor of a sum with an integer is the sum with the floor; its last term is the high product of
-// 2 (A - B) and -2 g. So both passes stay in 16-bit lanes, and give every bit of the sums in 32 bits. Rows
-// keep A + 32.
+//     (A * (16384 - g) + B * g + 524288) >> 20  =  (A + (((B - A) * g) >> 14) + 32) >> 6
+// because the floor of a sum with an integer is the sum with the floor. Its inner term is the high product of
+// 2 (A - B) and -2 g, and the outer step the rounded high product with 512. So both passes stay in 16-bit
+// lanes, and give every bit of the sums in 32 bits.
 
 #include <stddef.h>
 #include <stdint.h>
 
 namespace primitives {
 
-// Bytes that a window holds, and samples whose neighbours come from one window.
+// Bytes that a window holds.
 constexpr size_t kLinearWindow = 16;
+
+// Samples whose neighbours come from one window: where pixels lie close together 16, else 8.
+constexpr size_t kLinearWideGroup = 16;
 constexpr size_t kLinearGroup = 8;
 
 // Samples that a variant computes at once.
@@ -38,6 +41,7 @@ struct LinearColumns {
     size_t channels;
     const int32_t* index;   // the left neighbour of each pixel, in source pixels
     const int16_t* weights; // -2 f for each sample
+    size_t group;           // samples of a window
     const int32_t* starts;
     const uint8_t* numbers;
     uint8_t* pairs; // room for two bytes a sample

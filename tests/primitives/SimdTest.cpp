@@ -306,6 +306,12 @@ std::map<std::string, Reference> references(bool fuses) {
                  out.set(i, in.a.at<u8>(offsets[i / 16] + i % 16));
              }
          }},
+        {"u8 loadTwinBlocks",
+         [](const Inputs& in, int lanes, Bytes& out) {
+             for (int i = 0; i < lanes; ++i) {
+                 out.set(i, in.a.at<u8>((i < 32 ? 7 : 31) + i % 16));
+             }
+         }},
         {"u8 interleaveLowerBlocks", interleaved<u8>(false, true)},
         {"i16 interleaveLowerBlocks", interleaved<i16>(false, true)},
         {"i32 interleaveLowerBlocks", interleaved<i32>(false, true)},

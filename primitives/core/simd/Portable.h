@@ -125,12 +125,21 @@ DORN_INLINE Vec<uint8_t, n> lookupBlocks(Vec<uint8_t, n> table, Vec<uint8_t, n> 
     return result;
 }
 
-// Blocks of 128 bits, each from its own place in memory.
+// Blocks of 128 bits, each from its own place in memory, or two and two from the same.
 template <int n>
 DORN_INLINE Vec<uint8_t, n> blocksFrom(As<Vec<uint8_t, n>>, const uint8_t* base, const int32_t* offsets) {
     Vec<uint8_t, n> result;
     for (int i = 0; i < n; i += 16) {
         __builtin_memcpy(reinterpret_cast<uint8_t*>(&result) + i, base + offsets[i / 16], 16);
+    }
+    return result;
+}
+
+template <int n>
+DORN_INLINE Vec<uint8_t, n> twinBlocksFrom(As<Vec<uint8_t, n>>, const uint8_t* base, const int32_t* offsets) {
+    Vec<uint8_t, n> result;
+    for (int i = 0; i < n; i += 16) {
+        __builtin_memcpy(reinterpret_cast<uint8_t*>(&result) + i, base + offsets[i / 32], 16);
     }
     return result;
 }

@@ -75,6 +75,12 @@ DORN_INLINE V loadBlocks(const uint8_t* base, const int32_t* offsets) {
     return blocksFrom(As<V>{}, base, offsets);
 }
 
+// The same with blocks 0 and 1 from base + offsets[0], blocks 2 and 3 from base + offsets[1] and so on.
+template <typename V>
+DORN_INLINE V loadTwinBlocks(const uint8_t* base, const int32_t* offsets) {
+    return twinBlocksFrom(As<V>{}, base, offsets);
+}
+
 // All lanes to memory, saturated: signed 16- or 32-bit lanes to bytes, 32-bit lanes to 16-bit elements.
 template <typename To, typename T, int n>
 DORN_INLINE void demoteStore(To* to, Vec<T, n> v) {

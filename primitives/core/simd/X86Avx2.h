@@ -108,6 +108,15 @@ DORN_INLINE __m256i twoBlocks(const uint8_t* base, const int32_t* offsets) {
     return _mm256_inserti128_si256(lower, load128(base + offsets[1]), 1);
 }
 
+DORN_INLINE __m256i twinBlock(const uint8_t* from) {
+    return _mm256_broadcastsi128_si256(load128(from));
+}
+
+DORN_INLINE Vec<uint8_t, 32> twinBlocksFrom(As<Vec<uint8_t, 32>>, const uint8_t* base,
+                                            const int32_t* offsets) {
+    return vec<Vec<uint8_t, 32>>(twinBlock(base + offsets[0]));
+}
+
 DORN_INLINE Vec<uint8_t, 32> blocksFrom(As<Vec<uint8_t, 32>>, const uint8_t* base, const int32_t* offsets) {
     return vec<Vec<uint8_t, 32>>(twoBlocks(base, offsets));
 }

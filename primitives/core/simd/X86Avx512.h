@@ -121,6 +121,12 @@ DORN_INLINE Vec<uint8_t, 64> lookupBlocks(Vec<uint8_t, 64> table, Vec<uint8_t, 6
     return vec<Vec<uint8_t, 64>>(_mm512_shuffle_epi8(reg512(table), reg512(numbers)));
 }
 
+DORN_INLINE Vec<uint8_t, 64> twinBlocksFrom(As<Vec<uint8_t, 64>>, const uint8_t* base,
+                                            const int32_t* offsets) {
+    const __m512i lower = _mm512_castsi256_si512(twinBlock(base + offsets[0]));
+    return vec<Vec<uint8_t, 64>>(_mm512_inserti64x4(lower, twinBlock(base + offsets[1]), 1));
+}
+
 DORN_INLINE Vec<uint8_t, 64> blocksFrom(As<Vec<uint8_t, 64>>, const uint8_t* base, const int32_t* offsets) {
     const __m512i lower = _mm512_castsi256_si512(twoBlocks(base, offsets));
     return vec<Vec<uint8_t, 64>>(_mm512_inserti64x4(lower, twoBlocks(base, offsets + 2), 1));

@@ -140,6 +140,11 @@ constexpr SimdCase
                      const int32_t offsets[] = {7, 0, 31, 2};
                      put(out, loadBlocks<VecU8>(static_cast<const uint8_t*>(a), offsets));
                  }},
+                {"u8 loadTwinBlocks", VecU8::lanes,
+                 [](const void* a, const void*, const void*, void* out, size_t) {
+                     const int32_t offsets[] = {7, 31};
+                     put(out, loadTwinBlocks<VecU8>(static_cast<const uint8_t*>(a), offsets));
+                 }},
                 binary<VecU8>("u8 interleaveLowerBlocks", lowerBlocks),
                 binary<VecI16>("i16 interleaveLowerBlocks", lowerBlocks),
                 binary<VecI32>("i32 interleaveLowerBlocks", lowerBlocks),
