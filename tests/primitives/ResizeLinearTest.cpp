@@ -94,6 +94,32 @@ TEST_P(ResizeLinear, FollowsThePlan) {
     }
 }
 
+// Positions next to an integer fall on its other side as soon as one rounding is missing.
+TEST_P(ResizeLinear, TablesHoldTheReferencesPositions) {
+    std::mt19937 random(404);
+    for (int i = 0; i < 300; ++i) {
+        const auto extent = [&](int least) { return least + static_cast<int>(random() % 2500); };
+        const ResizeCase test{{extent(2), 2}, {extent(1), 1}, 1, 1, {0, 0}, {1, 1}, 0, 0, 0, false};
+        PlanBlock block = makeLinearPlan(test);
+        const IppiResizeAxis& x = block.plan().axisX;
+        const Axis expected(test.src.width, test.dst.width);
+        std::uint32_t counts[2] = {0, 0};
+        for (int d = 0; d < test.dst.width; ++d) {
+            ASSERT_EQ(x.index[d], expected.index(d)) << test.text() << ", column " << d;
+            if (isFloat()) {
+                ASSERT_EQ(x.coef32f[d], static_cast<float>(expected.fraction(d)));
+            } else {
+                ASSERT_EQ(x.coef16[2 * d + 1], LinearFixed::weight(expected.fraction(d)));
+                ASSERT_EQ(x.coef16[2 * d], 16384 - x.coef16[2 * d + 1]);
+            }
+            counts[0] += expected.reachesBelow(d, 1) ? 1 : 0;
+            counts[1] += expected.reachesBeyond(d, 1) ? 1 : 0;
+        }
+        ASSERT_EQ(x.leadCount, counts[0]);
+        ASSERT_EQ(x.trailCount, counts[1]);
+    }
+}
+
 TEST_P(ResizeLinear, PlansHaveTheirFieldsInPlace) {
     const ResizeCase test{{300, 2}, {400, 3}, 1, 1, {0, 0}, {400, 3}, 0, 0, 17, false};
     PlanBlock block = makeLinearPlan(test);
