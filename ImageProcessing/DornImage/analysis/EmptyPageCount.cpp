@@ -5,6 +5,7 @@
 #include "ImageProcessing/DornImage/analysis/PixelRows.h"
 #include "primitives/primitives.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace DornImage {
@@ -21,34 +22,100 @@ struct FreeBuffer {
     void operator()(Ipp8u* buffer) const { ippsFree(buffer); }
 };
 
+// Rows of a page that are filtered at a time, so that they stay in the nearer caches.
+constexpr int bandHeight = 128;
+
 // A grey picture whose rows are aligned, not initialised; `pixels` is null when there is no memory for it.
 struct WorkPicture {
     explicit WorkPicture(IppiSize size) : pixels(ippiMalloc_8u_C1(size.width, size.height, &step)) {}
 
-    const Ipp8u* row(std::uint32_t y) const { return pixels.get() + static_cast<std::ptrdiff_t>(y) * step; }
-    Ipp8u* row(std::uint32_t y) { return pixels.get() + static_cast<std::ptrdiff_t>(y) * step; }
+    const Ipp8u* row(int y) const { return pixels.get() + static_cast<std::ptrdiff_t>(y) * step; }
+    Ipp8u* row(int y) { return pixels.get() + static_cast<std::ptrdiff_t>(y) * step; }
 
     int step = 0;
     std::unique_ptr<Ipp8u, FreePixels> pixels;
 };
 
-bool meanAround(const Ipp8u* source, int step, WorkPicture& result, IppiSize size, IppiSize mask,
-                Ipp8u* buffer) {
-    return ippiFilterBoxBorder_8u_C1R(source, step, result.pixels.get(), result.step, size, mask,
-                                      ippBorderRepl, nullptr, buffer) == ippStsNoErr;
-}
+/// Counts what stands out, a band of rows after the other.
+///
+/// The work pictures are of the page's size, which settles how large a page can be; but only as many of their
+/// rows are used as a band needs. Touching fresh memory for a whole page takes longer than all arithmetic.
+class BandCounter {
+public:
+    BandCounter(const Ipp8u* pixels, int step, IppiSize size)
+        : pixels_(pixels), step_(step), size_(size), difference_(size), density_(size) {}
 
-void countMarks(const WorkPicture& marks, const WorkPicture& density, EmptyPageFilling& grid) {
-    MarkCounter counter;
-    for (unsigned i = 0; i < grid.getCellCount(); ++i) {
-        EmptyPageCell& cell = grid.getCell(i);
-        counter.start(cell.width);
-        for (std::uint32_t y = cell.y; y < cell.y + cell.height; ++y) {
-            counter.addRow(marks.row(y) + cell.x, density.row(y) + cell.x);
+    /// Whether there is memory for it and a filter that takes such a picture.
+    bool prepare() { return difference_.pixels && density_.pixels && reserveBuffer(size_); }
+
+    /// Counts the rows from `from` to before `to`, which have to be 16 or more away from the page's edges.
+    bool count(int from, int to, std::uint8_t threshold, EmptyPageFilling& grid) {
+        // Two rows more on either side for the noise mask, and on to the page's edge where the neighbourhood
+        // reaches beyond it.
+        first_ = from - 2 < neighbourhood.height / 2 ? 0 : from - 2;
+        const int end = to + 2 > size_.height - neighbourhood.height / 2 ? size_.height : to + 2;
+        const IppiSize band = {size_.width, end - first_};
+        const Ipp8u* const source = pixels_ + static_cast<std::ptrdiff_t>(first_) * step_;
+        const unsigned border = ippBorderRepl | (first_ > 0 ? unsigned{ippBorderInMemTop} : 0) |
+                                (end < size_.height ? unsigned{ippBorderInMemBottom} : 0);
+        if (!reserveBuffer(band) || !filter(source, step_, difference_, band, neighbourhood, border)) {
+            return false;
         }
-        cell.filling += counter.total();
+        for (int y = 0; y < band.height; ++y) {
+            markDifferences(source + static_cast<std::ptrdiff_t>(y) * step_, difference_.row(y),
+                            static_cast<std::size_t>(band.width), threshold);
+        }
+        if (!filter(difference_.pixels.get(), difference_.step, density_, band, noiseMask, ippBorderRepl)) {
+            return false;
+        }
+        for (unsigned i = 0; i < grid.getCellCount(); ++i) {
+            countCell(from, to, grid.getCell(i));
+        }
+        return true;
     }
-}
+
+private:
+    // A low band may need more than the whole page. What the neighbourhood needs is enough for the noise
+    // mask.
+    bool reserveBuffer(IppiSize size) {
+        int needed = 0;
+        if (ippiFilterBoxBorderGetBufferSize(size, neighbourhood, ipp8u, 1, &needed) != ippStsNoErr) {
+            return false;
+        }
+        if (needed > bufferSize_) {
+            buffer_.reset(ippsMalloc_8u(needed));
+            bufferSize_ = needed;
+        }
+        return buffer_ != nullptr;
+    }
+
+    bool filter(const Ipp8u* source, int step, WorkPicture& result, IppiSize size, IppiSize mask,
+                unsigned border) {
+        return ippiFilterBoxBorder_8u_C1R(source, step, result.pixels.get(), result.step, size, mask, border,
+                                          nullptr, buffer_.get()) == ippStsNoErr;
+    }
+
+    // The cell's part of the band.
+    void countCell(int from, int to, EmptyPageCell& cell) {
+        const int y = static_cast<int>(cell.y);
+        to = std::min(to, y + static_cast<int>(cell.height));
+        counter_.start(cell.width);
+        for (int row = std::max(from, y); row < to; ++row) {
+            counter_.addRow(difference_.row(row - first_) + cell.x, density_.row(row - first_) + cell.x);
+        }
+        cell.filling += counter_.total();
+    }
+
+    const Ipp8u* pixels_;
+    int step_;
+    IppiSize size_;
+    WorkPicture difference_;
+    WorkPicture density_;
+    std::unique_ptr<Ipp8u, FreeBuffer> buffer_;
+    int bufferSize_ = 0;
+    MarkCounter counter_;
+    int first_ = 0; // page row that the work pictures begin with
+};
 
 bool countGreyBitmap(FIBITMAP* grey, EmptyPageFilling& grid, const EmptyPage3Params& params) {
     return countByBoxFilter(::FreeImage_GetBits(grey), static_cast<int>(::FreeImage_GetPitch(grey)),
@@ -89,30 +156,18 @@ bool countColourPixels(EmptyPageFilling& grid, FIBITMAP* bitmap, const EmptyPage
 
 bool countByBoxFilter(const unsigned char* bits, int pitch, int width, int height, EmptyPageFilling& grid,
                       const EmptyPage3Params& params) {
-    const IppiSize size = {width, height};
-    WorkPicture difference(size);
-    WorkPicture density(size);
-    if (!difference.pixels || !density.pixels) {
-        return false;
-    }
-    int bufferSize = 0;
-    if (ippiFilterBoxBorderGetBufferSize(size, neighbourhood, ipp8u, 1, &bufferSize) != ippStsNoErr) {
-        return false;
-    }
-    const std::unique_ptr<Ipp8u, FreeBuffer> buffer(ippsMalloc_8u(bufferSize));
-    if (!buffer || !meanAround(bits, pitch, difference, size, neighbourhood, buffer.get())) {
+    BandCounter counter(bits, pitch, {width, height});
+    if (!counter.prepare()) {
         return false;
     }
     const std::uint8_t threshold = params.differenceThreshold;
-    for (int y = 0; y < height; ++y) {
-        markDifferences(bits + static_cast<std::ptrdiff_t>(y) * pitch,
-                        difference.row(static_cast<std::uint32_t>(y)), static_cast<std::size_t>(width),
-                        threshold);
+    const EmptyPageCell& last = grid.getCell(grid.getCellCount() - 1);
+    const int end = static_cast<int>(last.y + last.height);
+    for (int y = static_cast<int>(grid.getCell(0).y); y < end; y += bandHeight) {
+        if (!counter.count(y, std::min(y + bandHeight, end), threshold, grid)) {
+            return false;
+        }
     }
-    if (!meanAround(difference.pixels.get(), difference.step, density, size, noiseMask, buffer.get())) {
-        return false;
-    }
-    countMarks(difference, density, grid);
     return true;
 }
 
