@@ -16,5 +16,6 @@ void addInfoCommand(CLI::App& app, Action& action);
 void addConvertCommand(CLI::App& app, Action& action);
 void addFormatsCommand(CLI::App& app, Action& action);
 void addCpuCommand(CLI::App& app, Action& action);
+void addSkewCommand(CLI::App& app, Action& action);
 
 #endif

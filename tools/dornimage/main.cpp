@@ -13,7 +13,8 @@ namespace {
 
 constexpr char exitCodes[] =
     "Exit codes: 0 done, 1 usage, 2 some files or pages failed and the others are done,\n"
-    "3 input cannot be read, 4 output cannot be written, 5 out of memory.";
+    "3 input cannot be read, 4 output cannot be written, 5 out of memory,\n"
+    "6 everything was read, but for some page there is no answer.";
 
 std::string version() {
     return std::string("dornimage ") + DornImage::versionText + " (FreeImage " + FreeImage_GetVersion() + ")";
@@ -52,6 +53,7 @@ ExitCode parseAndPerform(int argc, const char* const* argv) {
     addConvertCommand(app, action);
     addFormatsCommand(app, action);
     addCpuCommand(app, action);
+    addSkewCommand(app, action);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

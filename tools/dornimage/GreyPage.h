@@ -1,0 +1,45 @@
+#ifndef DORNIMAGE_TOOLS_DORNIMAGE_GREYPAGE_H
+#define DORNIMAGE_TOOLS_DORNIMAGE_GREYPAGE_H
+
+#include <FreeImage.h>
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+/// A page of 8-bit grey pixels without padding; lines count from the bottom, as in a FIBITMAP.
+struct GreyPage {
+    unsigned width = 0;
+    unsigned height = 0;
+    std::vector<unsigned char> pixels;
+
+    unsigned char* line(unsigned y) { return pixels.data() + std::size_t{y} * width; }
+    const unsigned char* line(unsigned y) const { return pixels.data() + std::size_t{y} * width; }
+    unsigned longSide() const { return width > height ? width : height; }
+};
+
+/// The page with squares of `factor` x `factor` pixels made one by their mean; what does not fill a square is
+/// left out. `bitmap` is 8-bit grey.
+GreyPage reduced(FIBITMAP* bitmap, unsigned factor);
+GreyPage reduced(const GreyPage& page, unsigned factor);
+
+/// The page with each column moved up by `slope` pixels for every column to the right of the middle, and down
+/// on the left; whole pixels only, so that a column's steps between dark and light stay as they were. The
+/// page grows so that nothing is lost, and columns go on beyond their ends as they end.
+GreyPage sheared(const GreyPage& page, double slope);
+
+/// How the grey levels of a page fall into two classes.
+struct GreySplit {
+    unsigned threshold = 0; // the lightest level that is dark
+    double darkMean = 0;
+    double lightMean = 0;
+};
+
+/// Otsu's threshold: where the variance between the classes is greatest, the middle of several such places.
+GreySplit splitLevels(const GreyPage& page);
+
+/// Makes light what is dark over more than `thickness` pixels from bottom to top, or reaches the lower or
+/// upper edge: scan borders, table tops, pictures, which have straight edges of their own beside the text's.
+void removeThick(GreyPage& page, unsigned threshold, unsigned thickness);
+
+#endif
