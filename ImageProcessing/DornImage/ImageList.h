@@ -106,8 +106,10 @@ protected:
         CacheBitmap() = default;
         CacheBitmap(const CacheBitmap& other) : bitmap_(other.bitmap_) {}
         CacheBitmap& operator=(const CacheBitmap& other) {
-            owned_ = owned_ && bitmap_ == other.bitmap_;
-            bitmap_ = other.bitmap_;
+            if (this != &other) {
+                owned_ = owned_ && bitmap_ == other.bitmap_;
+                bitmap_ = other.bitmap_;
+            }
             return *this;
         }
         CacheBitmap& operator=(FIMULTIBITMAP* bitmap) {

@@ -15,6 +15,8 @@ using Action = std::function<ExitCode()>;
 void addInfoCommand(CLI::App& app, Action& action);
 void addConvertCommand(CLI::App& app, Action& action);
 void addFormatsCommand(CLI::App& app, Action& action);
+void addSplitCommand(CLI::App& app, Action& action);
+void addJoinCommand(CLI::App& app, Action& action);
 void addCpuCommand(CLI::App& app, Action& action);
 void addSkewCommand(CLI::App& app, Action& action);
 

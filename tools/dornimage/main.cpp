@@ -52,6 +52,8 @@ ExitCode parseAndPerform(int argc, const char* const* argv) {
     addInfoCommand(app, action);
     addConvertCommand(app, action);
     addFormatsCommand(app, action);
+    addSplitCommand(app, action);
+    addJoinCommand(app, action);
     addCpuCommand(app, action);
     addSkewCommand(app, action);
     try {

@@ -1,0 +1,77 @@
+#include "PageList.h"
+
+#include "ExitCode.h"
+
+#include <cstdint>
+#include <malloc.h>
+
+namespace {
+
+// The list counts bytes in 32 bits: with this limit the sum and one page more can't wrap.
+constexpr std::uint64_t largestLimit = std::uint64_t{2} << 30;
+
+bool isUtf8(const std::string& name) {
+    std::wstring wide;
+    return Velmora::c_u8u16(wide, name);
+}
+
+} // namespace
+
+PageList::PageList(unsigned limit, CodecMessages& messages) : list_(new List), messages_(messages) {
+    // The allocator keeps what is freed of blocks that it holds to be usual. Pages would become that, and one
+    // or two of them stay resident for nothing.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
+    list_->SetMaxSize(limit);
+}
+
+void PageList::addFile(Source& source, PageLoop& loop) {
+    // The list knows files by names in UTF-8 only; any other file comes in as a picture.
+    if (source.pageCount() == 1 && isUtf8(source.name())) {
+        list_->AddExternalImage(source.format(), source.name(), DornImage::ImageList::ExternalImageRef);
+        origins_.push_back({source.name(), 1});
+        return;
+    }
+    for (int page = 1; page <= source.pageCount(); ++page) {
+        addPage(source, page, loop);
+    }
+}
+
+void PageList::addPage(Source& source, int page, PageLoop& loop) {
+    const Page loaded = source.load(page);
+    for (const std::string& message : loaded.messages) {
+        loop.note(source.name(), message);
+    }
+    if (!list_->AddImage(loaded.image.get())) {
+        throw ToolError(ExitCode::output, source.name(),
+                        "there is no room for temporary files; a larger --memory needs less, TMPDIR names "
+                        "another place");
+    }
+    origins_.push_back({source.name(), page});
+}
+
+DornImage::Reference<DornImage::Image> PageList::page(std::size_t index, PageLoop& loop) {
+    DornImage::Reference<DornImage::Image> result;
+    DornImage::Image* image = nullptr;
+    messages_.listen();
+    if (!list_->GetImage(static_cast<unsigned>(index), &image)) {
+        throw ToolError(ExitCode::input, file(index),
+                        messages_.takeAsCause("cannot be read: ", "not a picture that can be read"));
+    }
+    result = image;
+    image->releaseRef();
+    for (const std::string& message : messages_.take()) {
+        loop.note(file(index), message);
+    }
+    return result;
+}
+
+void addMemoryOption(CLI::App& command, unsigned& limit) {
+    command
+        .add_option_function<std::uint64_t>(
+            "--memory", [&limit](const std::uint64_t& bytes) { limit = static_cast<unsigned>(bytes); },
+            "Bytes of pages to hold in memory, such as 64M (default 512M, at most 2G, 0 for no limit); the "
+            "others wait in temporary files")
+        ->option_text("LIMIT")
+        ->transform(CLI::AsSizeValue(false))
+        ->check(CLI::Range(std::uint64_t{0}, largestLimit));
+}
