@@ -7,7 +7,8 @@
 
 namespace {
 
-// Lines of the TIFF codec go to the process's log, which drops them until an application installs a formatter.
+// Lines of the TIFF codec go to the process's log, which drops them until an application installs a
+// formatter.
 class StandardErrorLog : public dornutils::LogFormaterInterface {
 public:
     using LogFormaterInterface::writeMessage;

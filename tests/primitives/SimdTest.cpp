@@ -283,9 +283,8 @@ std::map<std::string, Reference> references(bool fuses) {
                  out.set(i / 2, static_cast<u32>(sum));
              }
          }},
-        {"i16 mulHighRounded", each<i16>([](i16 a, i16 b, i16) {
-             return static_cast<i16>((i32{a} * b + 0x4000) >> 15);
-         })},
+        {"i16 mulHighRounded",
+         each<i16>([](i16 a, i16 b, i16) { return static_cast<i16>((i32{a} * b + 0x4000) >> 15); })},
         {"u8 mulPairs",
          [](const Inputs& in, int lanes, Bytes& out) {
              for (int i = 0; i < lanes; i += 2) {

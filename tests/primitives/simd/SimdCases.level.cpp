@@ -177,11 +177,12 @@ constexpr SimdCase
                 binary<VecI16>("i16 blocks to u8", [](auto a, auto b) { return demoteBlocks<VecU8>(a, b); }),
                 binary<NarrowI32>("i32 blocks to i16",
                                   [](auto a, auto b) { return demoteBlocks<VecI16>(a, b); }),
-                unary<VecU8>("u8 through blocks",
-                             [](auto a) {
-                                 return demoteBlocks<VecU8>(promoteLowerBlocks<VecI16>(a),
-                                                            promoteUpperBlocks<VecI16>(a));
-                             }),
+                unary<
+                    VecU8>("u8 through blocks",
+                           [](auto a) {
+                               return demoteBlocks<VecU8>(promoteLowerBlocks<VecI16>(a),
+                                                          promoteUpperBlocks<VecI16>(a));
+                           }),
                 {"u8 loadN", VecU8::lanes,
                  [](const void* a, const void*, const void*, void* out, size_t count) {
                      put(out, loadN<VecU8>(static_cast<const uint8_t*>(a), count));
