@@ -137,8 +137,8 @@ void measurePage(const std::string& name, FIBITMAP* page, int turns, double reac
             answers[method].errors.push_back(std::abs(angle - skew));
             worst = std::max(worst, std::abs(angle - skew));
         }
-        std::printf(" | %s %.3f, worst by %.3f, %.1f ms", method.c_str(), skew, worst,
-                    1000 * *std::min_element(seconds[method].begin(), seconds[method].end()));
+        std::printf(" | %s %.3f, %zu answers within %.3f, %.1f ms", method.c_str(), skew, own[method].size(),
+                    worst, 1000 * *std::min_element(seconds[method].begin(), seconds[method].end()));
     }
     std::printf("\n");
     std::fflush(stdout);
