@@ -6,16 +6,7 @@
 #include <vector>
 
 #include "bench/BenchCommon.h"
-
-#if defined(DORN_BENCH_LEPTONICA)
-#include <allheaders.h>
-#endif
-#if defined(DORN_BENCH_VIPS)
-#include <vips/vips.h>
-#endif
-#if defined(DORN_BENCH_OPENCV)
-#include <opencv2/imgproc.hpp>
-#endif
+#include "bench/OtherLibraries.h"
 
 namespace {
 
@@ -39,43 +30,13 @@ void filter(Pictures& pictures, int side) {
     }
 }
 
-#if defined(DORN_BENCH_LEPTONICA)
-PIX* makePix(const bench::Picture& page) {
-    PIX* pix = pixCreate(page.width, page.height, 8);
-    for (int y = 0; y < page.height; ++y) {
-        for (int x = 0; x < page.width; ++x) {
-            pixSetPixel(pix, x, y, page.bytes[static_cast<std::size_t>(y * page.step() + x)]);
-        }
-    }
-    return pix;
-}
-#endif
-
-#if defined(DORN_BENCH_VIPS)
-void filterWithVips(Pictures& pictures, VipsImage* mask) {
-    const bench::Picture& page = pictures.page;
-    VipsImage* image = vips_image_new_from_memory(page.bytes.data(), page.bytes.size(), page.width,
-                                                  page.height, 1, VIPS_FORMAT_UCHAR);
-    VipsImage* filtered = nullptr;
-    if (vips_convsep(image, &filtered, mask, "precision", VIPS_PRECISION_INTEGER, nullptr) == 0) {
-        VipsImage* target =
-            vips_image_new_from_memory(pictures.result.bytes.data(), pictures.result.bytes.size(), page.width,
-                                       page.height, 1, VIPS_FORMAT_UCHAR);
-        vips_image_write(filtered, target);
-        g_object_unref(target);
-        g_object_unref(filtered);
-    }
-    g_object_unref(image);
-}
-#endif
-
 void addContest(Pictures& pictures, int side) {
     const std::string contest = contestOf(side);
     const std::int64_t pixels = pictures.page.pixels();
     bench::addCopy(contest, pictures.page, pictures.result);
     bench::addVariants(contest, pixels, [&pictures, side] { filter(pictures, side); });
 #if defined(DORN_BENCH_LEPTONICA)
-    PIX* pix = makePix(pictures.page);
+    PIX* pix = bench::makePix(pictures.page);
     bench::add(contest, "Leptonica pixBlockconv", pixels, [pix, side] {
         PIX* filtered = pixBlockconv(pix, side / 2, side / 2);
         pixDestroy(&filtered);
@@ -88,15 +49,15 @@ void addContest(Pictures& pictures, int side) {
             *VIPS_MATRIX(mask, i, 0) = 1;
         }
         vips_image_set_double(mask, "scale", side);
-        bench::add(contest, "libvips convsep", pixels, [&pictures, mask] { filterWithVips(pictures, mask); });
+        bench::add(contest, "libvips convsep", pixels,
+                   [&pictures, mask] { bench::convolveWithVips(pictures.page, pictures.result, mask); });
     }
 #endif
 #if defined(DORN_BENCH_OPENCV)
     bench::add(contest, "OpenCV blur", pixels, [&pictures, side] {
-        bench::Picture& page = pictures.page;
-        const cv::Mat from(page.height, page.width, CV_8UC1, page.bytes.data());
-        cv::Mat to(page.height, page.width, CV_8UC1, pictures.result.bytes.data());
-        cv::blur(from, to, cv::Size(side, side), cv::Point(-1, -1), cv::BORDER_REPLICATE);
+        cv::Mat to = bench::matOf(pictures.result);
+        cv::blur(bench::matOf(pictures.page), to, cv::Size(side, side), cv::Point(-1, -1),
+                 cv::BORDER_REPLICATE);
     });
 #endif
 }
@@ -104,16 +65,9 @@ void addContest(Pictures& pictures, int side) {
 } // namespace
 
 int main(int argc, char** argv) {
-#if defined(DORN_BENCH_VIPS)
-    if (VIPS_INIT(argv[0]) != 0) {
+    if (bench::startOtherLibraries(argv[0]) != 0) {
         return 1;
     }
-    vips_concurrency_set(1);
-    vips_cache_set_max(0);
-#endif
-#if defined(DORN_BENCH_OPENCV)
-    cv::setNumThreads(1);
-#endif
     Pictures pictures;
     for (const int side : {3, 5, 7, 33, 301}) {
         std::int32_t size = 0;

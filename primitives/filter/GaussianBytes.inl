@@ -273,12 +273,88 @@ DORN_INLINE Bytes joined(const Sum& first, const Sum& second) {
     }
 }
 
-// Filters blocks `firstBlock` ... `lastBlock` - 1 of two rows into a slot. Byte `origin` of the rows lies at
-// `upper` and `lower`.
+// Asks for what the next two rows of output will need while this pass works on cached memory.
+struct Ahead {
+    const uint8_t* src[2];
+    const uint8_t* dst[2];
+};
+
+DORN_INLINE Ahead lookAhead(const GaussianJob& job, ptrdiff_t y) {
+    const ptrdiff_t lastRow = job.height - 1;
+    const ptrdiff_t row = y + job.radius + 2;
+    return {
+        {job.src + smaller(row, lastRow) * job.srcStep, job.src + smaller(row + 1, lastRow) * job.srcStep},
+        {job.dst + smaller(y + 2, lastRow) * job.dstStep, job.dst + smaller(y + 3, lastRow) * job.dstStep}};
+}
+
+DORN_INLINE void prefetchAhead(const Ahead& ahead, ptrdiff_t at) {
+    constexpr ptrdiff_t line = 64;
+    if (kBlock >= line || at % line == 0) {
+        simd::prefetch(ahead.src[0] + at);
+        simd::prefetch(ahead.src[1] + at);
+        simd::prefetch(ahead.dst[0] + at);
+        simd::prefetch(ahead.dst[1] + at);
+    }
+}
+
+// The column pass into rows y and y + 1 of the destination. Behind the last row of an image of odd height
+// there is no second one: the first is then written last.
 template <int channels, int pairs>
+struct Columns {
+    TapVectors<pairs> even;
+    TapVectors<pairs> odd;
+    Ahead ahead;
+    uint8_t* upper;
+    uint8_t* lower;
+
+    DORN_INLINE Columns make(const GaussianJob& job, const BytePlan& plan, ptrdiff_t y) {
+        uint8_t* upper = job.dst + y * job.dstStep;
+        return {TapVectors<pairs>::make(plan.evenTaps), TapVectors<pairs>::make(plan.oddTaps),
+                lookAhead(job, y), upper, y + 1 < job.height ? upper + job.dstStep : upper};
+    }
+
+    __attribute__((always_inline)) void filter(const GaussianJob& job, const BytePlan& plan,
+                                               ptrdiff_t block) const {
+        const ptrdiff_t at = blockAt(job, block);
+        prefetchAhead(ahead, at);
+        const Sums sums = sumPairs<pairs>(
+            plan, [&](Sums & s, ptrdiff_t pair) __attribute__((always_inline)) {
+                const Bytes first = load<Bytes>(plan.column[pair] + 2 * block * kBlock);
+                const Bytes second = load<Bytes>(plan.column[pair] + (2 * block + 1) * kBlock);
+                addPair(s.upperFirst, first, even.high(pair), even.low(pair));
+                addPair(s.upperSecond, second, even.high(pair), even.low(pair));
+                addPair(s.lowerFirst, first, odd.high(pair), odd.low(pair));
+                addPair(s.lowerSecond, second, odd.high(pair), odd.low(pair));
+            });
+        store(lower + at, joined<channels>(sums.lowerFirst, sums.lowerSecond));
+        store(upper + at, joined<channels>(sums.upperFirst, sums.upperSecond));
+    }
+};
+
+// Stands in the place of Columns where rows are filtered without output yet.
+struct NoColumns {
+    DORN_INLINE NoColumns make(const GaussianJob&, const BytePlan&, ptrdiff_t) { return {}; }
+
+    __attribute__((always_inline)) void filter(const GaussianJob&, const BytePlan&, ptrdiff_t) const {}
+};
+
+template <int channels, int pairs>
+static __attribute__((noinline)) void filterColumns(const GaussianJob& job, const BytePlan& plan,
+                                                    ptrdiff_t y) {
+    const auto columns = Columns<channels, pairs>::make(job, plan, y);
+    for (ptrdiff_t block = 0; block < plan.blocks; ++block) {
+        columns.filter(job, plan, block);
+    }
+}
+
+// Filters blocks `firstBlock` ... `lastBlock` - 1 of two rows into a slot, and each block's columns right
+// behind it when OutputColumns is Columns: `y` is then the row of output. Byte `origin` of the rows lies at
+// `upper` and `lower`.
+template <int channels, int pairs, typename OutputColumns>
 static __attribute__((noinline)) void
 filterBlocks(const GaussianJob& job, const BytePlan& plan, const uint8_t* upper, const uint8_t* lower,
-             ptrdiff_t origin, ptrdiff_t firstBlock, ptrdiff_t lastBlock, uint8_t* slot) {
+             ptrdiff_t origin, ptrdiff_t firstBlock, ptrdiff_t lastBlock, uint8_t* slot, ptrdiff_t y) {
+    const auto columns = OutputColumns::make(job, plan, y);
     const TapVectors<pairs> taps = TapVectors<pairs>::make(plan.evenTaps);
     for (ptrdiff_t block = firstBlock; block < lastBlock; ++block) {
         const ptrdiff_t at = blockAt(job, block) - plan.reach - origin;
@@ -295,13 +371,14 @@ filterBlocks(const GaussianJob& job, const BytePlan& plan, const uint8_t* upper,
             });
         store(slot + 2 * block * kBlock, alternate(sums.upperFirst, sums.lowerFirst));
         store(slot + (2 * block + 1) * kBlock, alternate(sums.upperSecond, sums.lowerSecond));
+        columns.filter(job, plan, block);
     }
 }
 
-// Filters two rows of the source into a slot.
-template <int channels, int pairs>
+// Filters two rows of the source into a slot; OutputColumns and `y` as above.
+template <int channels, int pairs, typename OutputColumns>
 DORN_INLINE void filterRows(const GaussianJob& job, const BytePlan& plan, ptrdiff_t upper, ptrdiff_t lower,
-                            uint8_t* slot) {
+                            uint8_t* slot, ptrdiff_t y) {
     const uint8_t* rows[2] = {job.src + upper * job.srcStep, job.src + lower * job.srcStep};
     ptrdiff_t used = 0;
     if (plan.leftEnd > 0) {
@@ -309,17 +386,18 @@ DORN_INLINE void filterRows(const GaussianJob& job, const BytePlan& plan, ptrdif
         used = end + plan.reach;
         padRow(job, rows[0], -plan.reach, end, plan.padded[0]);
         padRow(job, rows[1], -plan.reach, end, plan.padded[1]);
-        filterBlocks<channels, pairs>(job, plan, plan.padded[0], plan.padded[1], -plan.reach, 0, plan.leftEnd,
-                                      slot);
+        filterBlocks<channels, pairs, OutputColumns>(job, plan, plan.padded[0], plan.padded[1], -plan.reach,
+                                                     0, plan.leftEnd, slot, y);
     }
-    filterBlocks<channels, pairs>(job, plan, rows[0], rows[1], 0, plan.leftEnd, plan.rightBegin, slot);
+    filterBlocks<channels, pairs, OutputColumns>(job, plan, rows[0], rows[1], 0, plan.leftEnd,
+                                                 plan.rightBegin, slot, y);
     if (plan.rightBegin < plan.blocks) {
         const ptrdiff_t begin = blockAt(job, plan.rightBegin) - plan.reach;
         const ptrdiff_t end = job.rowBytes + plan.reach + plan.overread;
         padRow(job, rows[0], begin, end, plan.padded[0] + used);
         padRow(job, rows[1], begin, end, plan.padded[1] + used);
-        filterBlocks<channels, pairs>(job, plan, plan.padded[0] + used, plan.padded[1] + used, begin,
-                                      plan.rightBegin, plan.blocks, slot);
+        filterBlocks<channels, pairs, OutputColumns>(job, plan, plan.padded[0] + used, plan.padded[1] + used,
+                                                     begin, plan.rightBegin, plan.blocks, slot, y);
     }
 }
 
@@ -362,7 +440,8 @@ static void makePair(const GaussianJob& job, const BytePlan& plan, ptrdiff_t pai
     const bool upper = origins[0].kind == RowOrigin::source;
     const bool lower = origins[1].kind == RowOrigin::source;
     if (upper || lower) {
-        filterRows<channels, pairs>(job, plan, origins[upper ? 0 : 1].row, origins[lower ? 1 : 0].row, slot);
+        filterRows<channels, pairs, NoColumns>(job, plan, origins[upper ? 0 : 1].row,
+                                               origins[lower ? 1 : 0].row, slot, 0);
     }
     for (ptrdiff_t row = 0; row < count; ++row) {
         if (origins[row].kind == RowOrigin::copy) {
@@ -373,71 +452,50 @@ static void makePair(const GaussianJob& job, const BytePlan& plan, ptrdiff_t pai
     }
 }
 
-// Asks for what the next two rows of output will need while this pass works on cached memory.
-struct Ahead {
-    const uint8_t* src[2];
-    const uint8_t* dst[2];
-};
-
-DORN_INLINE Ahead lookAhead(const GaussianJob& job, ptrdiff_t y) {
-    const ptrdiff_t lastRow = job.height - 1;
-    const ptrdiff_t row = y + job.radius + 2;
-    return {
-        {job.src + smaller(row, lastRow) * job.srcStep, job.src + smaller(row + 1, lastRow) * job.srcStep},
-        {job.dst + smaller(y + 2, lastRow) * job.dstStep, job.dst + smaller(y + 3, lastRow) * job.dstStep}};
+// True when source and destination have no byte in common, so that output may be written while the row below
+// is still read.
+DORN_INLINE bool isApart(const GaussianJob& job) {
+    const ptrdiff_t above = (job.border & ippBorderInMemTop) != 0 ? job.radius : 0;
+    const ptrdiff_t below = (job.border & ippBorderInMemBottom) != 0 ? job.radius : 0;
+    const ptrdiff_t aside = job.radius * job.channels;
+    const uintptr_t src = reinterpret_cast<uintptr_t>(job.src);
+    const uintptr_t srcBegin = src - static_cast<uintptr_t>(above * job.srcStep + aside);
+    const uintptr_t srcEnd =
+        src + static_cast<uintptr_t>((job.height - 1 + below) * job.srcStep + job.rowBytes + aside);
+    const uintptr_t dst = reinterpret_cast<uintptr_t>(job.dst);
+    const uintptr_t dstEnd = dst + static_cast<uintptr_t>((job.height - 1) * job.dstStep + job.rowBytes);
+    return dstEnd <= srcBegin || srcEnd <= dst;
 }
 
-DORN_INLINE void prefetchAhead(const Ahead& ahead, ptrdiff_t at) {
-    constexpr ptrdiff_t line = 64;
-    if (kBlock >= line || at % line == 0) {
-        simd::prefetch(ahead.src[0] + at);
-        simd::prefetch(ahead.src[1] + at);
-        simd::prefetch(ahead.dst[0] + at);
-        simd::prefetch(ahead.dst[1] + at);
-    }
-}
-
-// Filters columns into rows y and y + 1 of the destination. Behind the last row of an image of odd height
-// there is no second one: the first is then written last.
-template <int channels, int pairs>
-static __attribute__((noinline)) void filterColumns(const GaussianJob& job, const BytePlan& plan,
-                                                    ptrdiff_t y) {
-    const TapVectors<pairs> even = TapVectors<pairs>::make(plan.evenTaps);
-    const TapVectors<pairs> odd = TapVectors<pairs>::make(plan.oddTaps);
-    const Ahead ahead = lookAhead(job, y);
-    uint8_t* upper = job.dst + y * job.dstStep;
-    uint8_t* lower = y + 1 < job.height ? upper + job.dstStep : upper;
-    for (ptrdiff_t block = 0; block < plan.blocks; ++block) {
-        const ptrdiff_t at = blockAt(job, block);
-        prefetchAhead(ahead, at);
-        const Sums sums = sumPairs<pairs>(
-            plan, [&](Sums & s, ptrdiff_t pair) __attribute__((always_inline)) {
-                const Bytes first = load<Bytes>(plan.column[pair] + 2 * block * kBlock);
-                const Bytes second = load<Bytes>(plan.column[pair] + (2 * block + 1) * kBlock);
-                addPair(s.upperFirst, first, even.high(pair), even.low(pair));
-                addPair(s.upperSecond, second, even.high(pair), even.low(pair));
-                addPair(s.lowerFirst, first, odd.high(pair), odd.low(pair));
-                addPair(s.lowerSecond, second, odd.high(pair), odd.low(pair));
-            });
-        store(lower + at, joined<channels>(sums.lowerFirst, sums.lowerSecond));
-        store(upper + at, joined<channels>(sums.upperFirst, sums.upperSecond));
-    }
-}
+// Short kernels leave time to wait for memory in: filtering rows and columns at once spreads the reading and
+// writing evenly. Below AVX2 the arithmetic takes longer than the memory.
+template <int pairs>
+constexpr bool kFusesPasses = pairs > 0 && kVariant >= 5;
 
 template <int channels, int pairs>
 static void filterBytes(const GaussianJob& job, const BytePlan& plan) {
     if (borderKind(job) == ippBorderConst) {
         makeConstantSlot(job, plan);
     }
+    const bool fuses = kFusesPasses<pairs> && isApart(job);
     ptrdiff_t made = 0;
     for (ptrdiff_t y = 0; y < job.height; y += 2) {
-        for (; made < y / 2 + plan.pairs; ++made) {
-            makePair<channels, pairs>(job, plan, made);
-        }
         for (ptrdiff_t pair = 0; pair < plan.pairs; ++pair) {
             plan.column[pair] = slotOf(plan, y / 2 + pair);
         }
-        filterColumns<channels, pairs>(job, plan, y);
+        const ptrdiff_t last = y / 2 + plan.pairs - 1;
+        for (; made < last; ++made) {
+            makePair<channels, pairs>(job, plan, made);
+        }
+        ++made;
+        const ptrdiff_t row = y + job.radius;
+        if (fuses && row + 1 < job.height) {
+            filterRows<channels, pairs, Columns<channels, pairs>>(job, plan, row, row + 1, slotOf(plan, last),
+                                                                  y);
+        } else {
+            makePair<channels, pairs>(job, plan, last);
+            filterColumns<channels, pairs>(job, plan, y);
+        }
     }
 }
 
