@@ -1,0 +1,34 @@
+#ifndef DORNIMAGE_TOOLS_DORNIMAGE_PAGETRANSFORM_H
+#define DORNIMAGE_TOOLS_DORNIMAGE_PAGETRANSFORM_H
+
+#include "ExitCode.h"
+
+#include "ImageProcessing/DornImage/DornImage.h"
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+/// What the verbs that make one picture file of another have in common on the command line.
+struct TransformOptions {
+    std::string input;
+    std::string output;
+    std::string format;
+    int page = 0; // 0: not given
+    std::optional<int> flags;
+};
+
+/// Adds IN, OUT, --format, --page and --flags.
+void addTransformOptions(CLI::App& command, TransformOptions& options);
+
+/// Makes of a decoded page the one to write. May throw ToolError.
+using PageWork =
+    std::function<DornImage::Reference<DornImage::Image>(const DornImage::Reference<DornImage::Image>& page)>;
+
+/// Reads the pages that are asked for, or all of them where the output's format holds several, and writes
+/// what `work` makes of them. Throws ToolError.
+ExitCode transformPages(const TransformOptions& options, const PageWork& work);
+
+#endif
