@@ -136,29 +136,22 @@ TEST(Smoothing, RefusesBadArguments) {
         EXPECT_FALSE(ippiSmoothGaussian(source.get(), kernel, sigma, &made));
         EXPECT_FALSE(ippiSmoothGaussian(source.get(), kernel, sigma, source.get()));
     }
-    EXPECT_EQ(made, nullptr);
     EXPECT_FALSE(ippiSmoothGaussian(nullptr, 3, 1.0F, &made));
     EXPECT_FALSE(ippiSmoothGaussian(nullptr, 3, 1.0F, source.get()));
     EXPECT_FALSE(ippiSmoothGaussian(source.get(), 3, 1.0F, static_cast<FIBITMAP*>(nullptr)));
+    FIMEMORY* file = FreeImage_OpenMemory();
+    FreeImage_SaveToMemory(FIF_PNG, source.get(), file);
+    FreeImage_SeekMemory(file, 0, SEEK_SET);
+    const FIBitmapPtr withoutPixels(FreeImage_LoadFromMemory(FIF_PNG, file, FIF_LOAD_NOPIXELS));
+    FreeImage_CloseMemory(file);
+    EXPECT_FALSE(ippiSmoothGaussian(withoutPixels.get(), 3, 1.0F, &made));
+    EXPECT_EQ(made, nullptr);
     for (FIBITMAP* other : {picture(24), picture(8, 36), picture(8, 37, 12)}) {
         const FIBitmapPtr dst(other);
         const std::vector<BYTE> before = samples(other);
         EXPECT_FALSE(ippiSmoothGaussian(source.get(), 3, 1.0F, other));
         EXPECT_EQ(samples(other), before);
     }
-}
-
-TEST(Smoothing, RefusesABitmapWithoutPixels) {
-    const FIBitmapPtr whole(picture(8));
-    FIMEMORY* file = FreeImage_OpenMemory();
-    ASSERT_TRUE(FreeImage_SaveToMemory(FIF_PNG, whole.get(), file));
-    FreeImage_SeekMemory(file, 0, SEEK_SET);
-    const FIBitmapPtr header(FreeImage_LoadFromMemory(FIF_PNG, file, FIF_LOAD_NOPIXELS));
-    FreeImage_CloseMemory(file);
-    ASSERT_EQ(FreeImage_GetBPP(header.get()), 8U);
-    FIBITMAP* made = nullptr;
-    EXPECT_FALSE(ippiSmoothGaussian(header.get(), 3, 1.0F, &made));
-    EXPECT_EQ(made, nullptr);
 }
 
 TEST(Smoothing, HandsTheBitmapToTheImageOfTheReference) {
