@@ -2,6 +2,7 @@
 
 #include "base/FileName.h"
 #include "platform/FileDescriptor.h"
+#include "platform/FileState.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -12,6 +13,7 @@
 namespace {
 
 using dornplatform::FileDescriptor;
+using dornplatform::FileState;
 
 std::string directoryOf(const std::string& name) {
     const std::string::size_type slash = name.rfind('/');
@@ -105,14 +107,18 @@ private:
     bool exists_ = static_cast<bool>(file_);
 };
 
-void syncDirectory(const std::string& name) {
+/* Whether the names in a directory are on the disk, as far as the file system lets anyone see to it. */
+bool syncDirectory(const std::string& name) {
     const FileDescriptor directory(::open(name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (directory) {
-        ::fsync(directory.get());
-    }
+    return directory && (::fsync(directory.get()) == 0 || errno == EINVAL);
 }
 
-bool copyFile(const std::string& from, const std::string& to, bool replace) {
+FileState stateOf(const struct stat& file) {
+    return {file.st_dev, file.st_ino, file.st_size, file.st_mtim.tv_sec, file.st_mtim.tv_nsec};
+}
+
+/* `copied` is the state of the source that the copy holds. */
+bool copyFile(const std::string& from, const std::string& to, bool replace, FileState& copied) {
     struct stat source;
     const FileDescriptor file = dornplatform::openRegularFile(from.c_str(), source);
     if (!file || to.empty()) {
@@ -127,11 +133,12 @@ bool copyFile(const std::string& from, const std::string& to, bool replace) {
     }
     FileBeside copy(to);
     // The permissions of the source without the bits that lend a user's or group's rights.
-    if (!copy.isOpen() || !copy.fill(file.get(), source.st_mode & 0777) || !copy.takeName(to, replace)) {
+    if (!copy.isOpen() || !copy.fill(file.get(), source.st_mode & 0777)) {
         return false;
     }
-    syncDirectory(directoryOf(to));
-    return true;
+    // A source that somebody wrote to meanwhile is in no state that the copy could hold.
+    copied = stateOf(source);
+    return ::fstat(file.get(), &source) == 0 && stateOf(source) == copied && copy.takeName(to, replace);
 }
 
 std::string nameOf(const wchar_t* name) {
@@ -140,8 +147,18 @@ std::string nameOf(const wchar_t* name) {
 
 } // namespace
 
+bool dornplatform::getFileState(const std::string& name, FileState& state) {
+    struct stat file;
+    if (::stat(name.c_str(), &file) != 0) {
+        return false;
+    }
+    state = stateOf(file);
+    return true;
+}
+
 BOOL CopyFileW(const wchar_t* existingName, const wchar_t* newName, BOOL failIfExists) {
-    return copyFile(nameOf(existingName), nameOf(newName), !failIfExists);
+    FileState copied{};
+    return copyFile(nameOf(existingName), nameOf(newName), !failIfExists, copied);
 }
 
 BOOL MoveFileExW(const wchar_t* existingName, const wchar_t* newName, DWORD flags) {
@@ -151,9 +168,14 @@ BOOL MoveFileExW(const wchar_t* existingName, const wchar_t* newName, DWORD flag
     if (renameFile(from, to, replace)) {
         return TRUE;
     }
-    if (errno != EXDEV || (flags & MOVEFILE_COPY_ALLOWED) == 0 || !copyFile(from, to, replace)) {
+    FileState copied{};
+    if (errno != EXDEV || (flags & MOVEFILE_COPY_ALLOWED) == 0 || !copyFile(from, to, replace, copied)) {
         return FALSE;
     }
-    ::unlink(from.c_str());
+    // The source goes when the copy is sure to stay, and only if the name still leads to what was copied.
+    FileState present{};
+    if (syncDirectory(directoryOf(to)) && dornplatform::getFileState(from, present) && present == copied) {
+        ::unlink(from.c_str());
+    }
     return TRUE;
 }

@@ -7,8 +7,7 @@
 #include "base/Velmora.h"
 
 #include <cstring>
-#include <filesystem>
-#include <system_error>
+#include <new>
 #include <utility>
 
 namespace DornImage {
@@ -19,12 +18,6 @@ Velmora::u8string narrowName(const std::wstring& name) {
     Velmora::u8string narrow;
     Velmora::c_u16u8(narrow, name);
     return narrow;
-}
-
-std::uintmax_t sizeOf(const std::wstring& name) {
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(std::filesystem::path(narrowName(name)), error);
-    return error ? 0 : size;
 }
 
 struct Coding {
@@ -48,12 +41,16 @@ Coding codingFor(unsigned bitsPerPixel, const Coding& wanted) {
     }
 }
 
-/* A file may have been swapped for anything; what a decoder throws at it must not get out. */
-FIBITMAP* decode(FREE_IMAGE_FORMAT format, const std::wstring& path) {
+/* What `work` returns, and its null or false when a codec throws: a file may have been swapped for anything.
+   Failed allocations come through. */
+template <class Work>
+auto guarded(Work work) -> decltype(work()) {
     try {
-        return loadNamedFile(format, narrowName(path), 0);
+        return work();
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (...) {
-        return nullptr;
+        return {};
     }
 }
 
@@ -92,10 +89,13 @@ Reference<Image> ImageItem::getImage() const {
 }
 
 bool ImageItem::loadFromPath() {
-    if (fileSize != 0 && sizeOf(path) != fileSize) {
-        return false;
+    if (fileState) {
+        dornplatform::FileState present{};
+        if (!dornplatform::getFileState(narrowName(path), present) || present != *fileState) {
+            return false;
+        }
     }
-    FIBitmapPtr bitmap(decode(format, path));
+    FIBitmapPtr bitmap(guarded([&] { return loadNamedFile(format, narrowName(path), 0); }));
     const bool greyAsColour = bitmap.get() && isGrey16(pixelType) &&
                               ::FreeImage_GetImageType(bitmap.get()) == FIT_BITMAP &&
                               ::FreeImage_GetBPP(bitmap.get()) == 16;
@@ -118,26 +118,31 @@ bool ImageItem::saveToTemp(const std::wstring& directory, unsigned index, FREE_I
     FIBITMAP* const bitmap = image->getFIBTMAP();
     const Coding coding = codingFor(::FreeImage_GetBPP(bitmap), {wantedFormat, wantedFlags});
     format = coding.format;
-    if (!saveNamedFile(coding.format, bitmap, narrowName(tempPath), coding.flags)) {
+    if (!guarded([&] { return saveNamedFile(coding.format, bitmap, narrowName(tempPath), coding.flags); })) {
         return false;
     }
     pixelType = ::FreeImage_GetImageType(bitmap);
-    fileSize = sizeOf(tempPath);
     path = std::move(tempPath);
+    noteFile();
     image = nullptr;
     return true;
 }
 
-void ImageItem::noteFileSize() {
-    if (fileSize == 0) {
-        fileSize = sizeOf(path);
+void ImageItem::noteFile() {
+    dornplatform::FileState present{};
+    fileState.reset();
+    if (dornplatform::getFileState(narrowName(path), present)) {
+        fileState = present;
     }
 }
 
 void ImageItem::noteSameFile(const ImageItem& other) {
-    fileSize = other.fileSize;
     pixelType = other.pixelType;
-    noteFileSize();
+    noteFile();
+    if (fileState && other.fileState) {
+        // A file that had been cut before it was copied stays a cut one.
+        fileState->size = other.fileState->size;
+    }
 }
 
 } // namespace DornImage

@@ -3,10 +3,11 @@
 
 #include "ImageProcessing/DornImage/Image.h"
 #include "base/Export.h"
+#include "platform/FileState.h"
 
 #include <FreeImage.h>
 
-#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace DornImage {
@@ -24,9 +25,10 @@ public:
     /// A reference to the page in memory, null if it is only in its file.
     Reference<Image> getImage() const;
 
-    /// Brings the page into memory from its file, in the recorded format and as the codec delivers it. A file
-    /// that a list wrote or took over must still have the length that it had then: some codecs fill up a
-    /// picture that was cut.
+    /// Brings the page into memory from its file, in the recorded format and as the codec delivers it, except
+    /// that 16-bit grey is grey again. A file that a list wrote or took over must be that same file, with
+    /// nothing written to it since: another page's file would do as well for a codec, and some codecs fill up
+    /// a picture that was cut. A file that the caller keeps is read as it is.
     /// @return false when the file gives no picture; the item stays as it was.
     bool loadFromPath();
 
@@ -38,8 +40,8 @@ public:
     ///         keeps image and path, `format` is the one that was chosen, the new file stays).
     bool saveToTemp(const std::wstring& directory, unsigned index, FREE_IMAGE_FORMAT format, int flags);
 
-    /// Notes the present length of the file for loadFromPath, unless one is known.
-    void noteFileSize();
+    /// Notes for loadFromPath which file the page is in and how it stands.
+    void noteFile();
 
     /// Takes over what is known about the file of `other`; this item's file is a copy of it.
     void noteSameFile(const ImageItem& other);
@@ -52,8 +54,8 @@ public:
     FREE_IMAGE_FORMAT format;
 
 private:
-    // Bytes of the file when a list wrote it or took it over, 0 where that isn't known.
-    std::uintmax_t fileSize = 0;
+    // The file when a list wrote it or took it over, nothing for a file that the caller keeps.
+    std::optional<dornplatform::FileState> fileState;
     // The kind of pixels that went into the file, for the formats that do not tell 16-bit kinds apart.
     FREE_IMAGE_TYPE pixelType = FIT_UNKNOWN;
 };

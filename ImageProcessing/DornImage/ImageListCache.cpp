@@ -61,15 +61,17 @@ bool ImageList::AddExternalImage(FREE_IMAGE_FORMAT format, const Velmora::u8stri
 
 void ImageList::AddExternalImageRef(FREE_IMAGE_FORMAT format, const Velmora::u8string& path) {
     std::wstring widePath;
-    Velmora::c_u8u16(widePath, path);
+    if (!Velmora::c_u8u16(widePath, path)) {
+        // The name is lost, and its replacement may be another file's: with a zero no file is meant.
+        widePath.push_back(L'\0');
+    }
     items.push_back(std::make_shared<ImageItem>(format, widePath));
 }
 
 bool ImageList::MoveInExternalImage(FREE_IMAGE_FORMAT format, const Velmora::u8string& path) {
     std::wstring source;
     std::wstring target;
-    Velmora::c_u8u16(source, path);
-    if (!makeTempFile(target)) {
+    if (!Velmora::c_u8u16(source, path) || !makeTempFile(target)) {
         return false;
     }
     // The page has its place before the file goes, so that no failure in between loses it.
@@ -79,7 +81,7 @@ bool ImageList::MoveInExternalImage(FREE_IMAGE_FORMAT format, const Velmora::u8s
         return false;
     }
     ++nextTempIndex;
-    items.back()->noteFileSize();
+    items.back()->noteFile();
     return true;
 }
 

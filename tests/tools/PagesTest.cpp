@@ -17,6 +17,21 @@ namespace {
 constexpr char mixed[] = "multipage/mixed_1bit_grey_colour_palette.tif";
 constexpr char report[] = "multipage/report_5pages_1bit_g4.tif";
 
+// Three pages; FreeImage has no way to read the one in the middle.
+void writePagesAroundABadOne(const std::string& file) {
+    TIFF* const tiff = TIFFOpen(file.c_str(), "w");
+    for (const int photometric : {PHOTOMETRIC_MINISBLACK, PHOTOMETRIC_ICCLAB, PHOTOMETRIC_MINISBLACK}) {
+        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 8);
+        TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 1);
+        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, photometric);
+        char row[8] = {};
+        TIFFWriteScanline(tiff, row, 0, 0);
+        TIFFWriteDirectory(tiff);
+    }
+    TIFFClose(tiff);
+}
+
 std::vector<int> codings(const std::string& file) {
     std::vector<int> result;
     TIFF* const tiff = TIFFOpen(file.c_str(), "r");
@@ -122,6 +137,12 @@ TEST_F(Pages, WhatCannotBeReadIsLeftOut) {
     EXPECT_THAT(some.err, HasSubstr("empty.jpg: file is empty\n"));
     EXPECT_THAT(some.err, HasSubstr("cut.png: cannot be read: PNG: "));
     EXPECT_EQ(codings(output).size(), 1u);
+
+    const std::string around = scratch / "around.tif";
+    writePagesAroundABadOne(around);
+    EXPECT_EQ(runTool({"join", output, around}).exitCode, 2);
+    EXPECT_EQ(codings(output).size(), 2u);
+    std::filesystem::remove(around);
 
     const std::string before = contentOf(output);
     EXPECT_EQ(runTool({"join", output, dataFile("damaged/cut.png"), scratch / "missing"}).exitCode, 3);

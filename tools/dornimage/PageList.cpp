@@ -32,7 +32,14 @@ void PageList::addFile(Source& source, PageLoop& loop) {
         return;
     }
     for (int page = 1; page <= source.pageCount(); ++page) {
-        addPage(source, page, loop);
+        try {
+            addPage(source, page, loop);
+        } catch (const ToolError& error) {
+            if (error.code() != ExitCode::input) {
+                throw;
+            }
+            loop.leaveOut(error);
+        }
     }
 }
 

@@ -19,9 +19,9 @@ public:
     /// @param limit bytes, 0 for none.
     PageList(unsigned limit, CodecMessages& messages);
 
-    /// Adds all pages of the file. A file of one page is read when its page is asked for. Throws ToolError:
-    /// the file or one of its pages can't be read (ExitCode::input; pages added before stay), or there is no
-    /// room for temporary files (ExitCode::output).
+    /// Adds the pages of the file, and leaves out in `loop` those that can't be read. A file of one page is read
+    /// when its page is asked for. Throws ToolError when there is no room for temporary files
+    /// (ExitCode::output).
     void addFile(Source& source, PageLoop& loop);
 
     /// Adds one page of the file; they count from 1. Throws as addFile does.

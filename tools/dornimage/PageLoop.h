@@ -23,10 +23,15 @@ public:
                 progress_.clear();
                 throw;
             }
-            note(error.file(), error.what());
-            ++failed_;
+            leaveOut(error);
         }
         progress_.step();
+    }
+
+    /// Reports what can't be read within the present one.
+    void leaveOut(const ToolError& error) {
+        note(error.file(), error.what());
+        ++failed_;
     }
 
     /// Reports something about a file where the bar was.

@@ -112,6 +112,8 @@ TEST_P(EveryKind, DamagedFileIsAFailureAndNothingElse) {
         EXPECT_FALSE(pageOf(*list, 0)) << "deleted";
         fs::copy_file(asPath(list->GetImagePath(2)), file);
         EXPECT_FALSE(pageOf(*list, 0)) << "swapped";
+        fs::copy_file(asPath(list->GetImagePath(1)), file, fs::copy_options::overwrite_existing);
+        EXPECT_FALSE(pageOf(*list, 0)) << "swapped for one of the same length";
         fs::remove(file);
         fs::create_directory(file);
         EXPECT_FALSE(pageOf(*list, 0)) << "a directory";
