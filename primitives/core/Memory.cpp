@@ -19,7 +19,7 @@ Ipp8u* allocate(std::int32_t len) {
     if (len <= 0 || len > INT32_MAX - kOverhead) {
         return nullptr;
     }
-    void* raw = std::malloc(static_cast<std::size_t>(len + kOverhead));
+    void* raw = std::malloc(static_cast<std::size_t>(len) + kOverhead);
     if (!raw) {
         return nullptr;
     }

@@ -13,8 +13,7 @@ constexpr VariantRow kVariants[] = {
     {0, IPP_FEATURE_SSE2, 0x7},
 };
 
-// Bits that detection never sets, without IPP_FEATURE_FORCE. Bit 31 names a processor model and may not be
-// asked for either way.
+// Bits that detection never sets, without IPP_FEATURE_FORCE.
 constexpr std::uint64_t kUnknownFeatures = 0x7FFFFFFF60000000;
 
 // What a system that doesn't save the wide registers takes away: AVX, the AVX2 group, AVX-512.

@@ -9,8 +9,9 @@
    block needs an alignment; a record may be moved to an address that lies alike to a 16-byte boundary.
 
    A row pass and a column pass divide by 4096 each and truncate. The weights are rounded to multiples of
-   1/4096 one by one and are not corrected to add up to 1: a flat area may come out up to a few levels darker
-   or lighter. Every variant gives the same pixels. */
+   1/4096 one by one and are not corrected to add up to 1: a flat area may come out a level or two darker or
+   lighter. The drift grows with the number of weights, as far as black for kernels so long and flat that
+   every weight rounds to 0. Every variant gives the same pixels. */
 
 #include "base/Export.h"
 #include "primitives/core/Types.h"
