@@ -118,8 +118,8 @@ DORN_INLINE void planBlocks(const GaussianJob& job, BytePlan& plan) {
         --plan.rightBegin;
     }
     const ptrdiff_t leftBytes = plan.leftEnd * kBlock + 2 * plan.reach;
-    const ptrdiff_t rightBytes = job.rowBytes - plan.rightBegin * kBlock + 2 * plan.reach;
-    if (plan.leftEnd >= plan.rightBegin || leftBytes + rightBytes + plan.overread > job.rowBytes) {
+    const ptrdiff_t rightBytes = job.rowBytes - blockAt(job, plan.rightBegin) + 2 * plan.reach;
+    if (plan.leftEnd >= plan.rightBegin || leftBytes + rightBytes + 2 * plan.overread > job.rowBytes) {
         plan.leftEnd = plan.blocks;
         plan.rightBegin = plan.blocks;
     }

@@ -47,6 +47,8 @@ ordered_json facts() {
         {"detectedFeatures", hexadecimal(detected)},
         {"enabledFeatures", hexadecimal(ippGetEnabledCpuFeatures())},
         {"cacheBytes", cacheBytes},
+        {"avxStateSaved", ippIsAvxStateSaved() == 1},
+        {"avx512StateSaved", ippIsAvx512StateSaved() == 1},
         // The index that the code which ran was compiled for, not the one that was asked for.
         {"variants", variants(ippProbeVariant())},
     };
@@ -57,6 +59,8 @@ void print(const ordered_json& cpu) {
               << "features  " << cpu["detectedFeatures"].get<std::string>() << ", enabled "
               << cpu["enabledFeatures"].get<std::string>() << '\n'
               << "cache     " << cpu["cacheBytes"] << " bytes\n"
+              << "system    saves " << (cpu["avxStateSaved"].get<bool>() ? "the" : "no") << " AVX state and "
+              << (cpu["avx512StateSaved"].get<bool>() ? "the" : "no") << " AVX-512 state\n"
               << "variants of the pixel primitives\n";
     for (const ordered_json& variant : cpu["variants"]) {
         std::cout << "  " << variant["index"] << "  " << std::left << std::setw(22)

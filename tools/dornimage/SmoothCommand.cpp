@@ -32,7 +32,7 @@ private:
         if (!asColours(page)->GetSmoothed(result, options_.kernel, options_.sigma)) {
             throw ToolError(ExitCode::limits, options_.pages.input,
                             "a kernel of " + std::to_string(options_.kernel) +
-                                " is too large for this picture");
+                                " is too large for this picture or the memory at hand");
         }
         return result;
     }
@@ -80,8 +80,12 @@ std::string checkKernel(const std::string& text) {
 
 std::string checkSigma(const std::string& text) {
     float value = 0;
-    const bool good = CLI::detail::lexical_cast(text, value) && value > 0; // not-a-number isn't
-    return good ? "" : "not above 0: " + text;
+    if (!CLI::detail::lexical_cast(text, value) || !(value > 0)) { // not-a-number isn't
+        return "not above 0: " + text;
+    }
+    // The weights divide by this; where it comes out as 0 there are none, and every picture would be black.
+    const float divisor = value * (value + value);
+    return divisor > 0 ? "" : "too small: " + text;
 }
 
 } // namespace
