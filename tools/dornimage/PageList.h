@@ -19,8 +19,8 @@ public:
     /// @param limit bytes, 0 for none.
     PageList(unsigned limit, CodecMessages& messages);
 
-    /// Adds the pages of the file, and leaves out in `loop` those that can't be read. A file of one page is read
-    /// when its page is asked for. Throws ToolError when there is no room for temporary files
+    /// Adds the pages of the file, and leaves out in `loop` those that can't be read. A file of one page is
+    /// read when its page is asked for. Throws ToolError when there is no room for temporary files
     /// (ExitCode::output).
     void addFile(Source& source, PageLoop& loop);
 
