@@ -19,6 +19,7 @@ void addFormatsCommand(CLI::App& app, Action& action);
 void addSplitCommand(CLI::App& app, Action& action);
 void addJoinCommand(CLI::App& app, Action& action);
 void addCpuCommand(CLI::App& app, Action& action);
+void addBlankCommand(CLI::App& app, Action& action);
 void addSkewCommand(CLI::App& app, Action& action);
 
 #endif

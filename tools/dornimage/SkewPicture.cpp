@@ -1,12 +1,12 @@
 #include "SkewPicture.h"
 
+#include "Canvas.h"
+
 #include "ImageProcessing/DornImage/DornImage.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdlib>
-#include <new>
 #include <string>
 
 namespace {
@@ -18,78 +18,15 @@ constexpr int margin = 24;
 constexpr int lineCount = 16;
 constexpr double degree = 3.141592653589793 / 180;
 
-struct Colour {
-    BYTE red, green, blue;
-};
-constexpr Colour white = {255, 255, 255};
+using Colour = Canvas::Colour;
 constexpr Colour black = {0, 0, 0};
 constexpr Colour bars = {90, 110, 140};
 constexpr Colour mark = {220, 20, 20};
 
-// A picture to draw on; lines count from the bottom, and what falls outside is left out.
-class Canvas {
-public:
-    Canvas(int width, int height)
-        : width_(width), height_(height), bitmap_(FreeImage_Allocate(width, height, 24)) {
-        if (!bitmap_.get()) {
-            throw std::bad_alloc();
-        }
-        fill(0, 0, width, height, white);
-    }
-
-    void put(int x, int y, Colour colour) {
-        if (x >= 0 && x < width_ && y >= 0 && y < height_) {
-            BYTE* const pixel = FreeImage_GetScanLine(bitmap_.get(), y) + 3 * x;
-            pixel[FI_RGBA_RED] = colour.red;
-            pixel[FI_RGBA_GREEN] = colour.green;
-            pixel[FI_RGBA_BLUE] = colour.blue;
-        }
-    }
-
-    void fill(int left, int bottom, int width, int height, Colour colour) {
-        for (int y = bottom; y < bottom + height; ++y) {
-            for (int x = left; x < left + width; ++x) {
-                put(x, y, colour);
-            }
-        }
-    }
-
-    FIBITMAP* release() { return bitmap_.detach(); }
-
-private:
-    int width_;
-    int height_;
-    DornImage::FIBitmapPtr bitmap_;
-};
-
-// Digits and the minus sign, 3 x 5 dots each, rows from the top with the left dot as the highest bit.
-constexpr std::array<std::array<unsigned, 5>, 11> glyphs = {{{7, 5, 5, 5, 7},
-                                                             {2, 6, 2, 2, 7},
-                                                             {7, 1, 7, 4, 7},
-                                                             {7, 1, 7, 1, 7},
-                                                             {5, 5, 7, 1, 1},
-                                                             {7, 4, 7, 1, 7},
-                                                             {7, 4, 7, 5, 7},
-                                                             {7, 1, 1, 1, 1},
-                                                             {7, 5, 7, 5, 7},
-                                                             {7, 5, 7, 1, 7},
-                                                             {0, 0, 7, 0, 0}}};
-
 void writeNumber(Canvas& canvas, int middle, int top, int number) {
     constexpr int dot = 2;
     const std::string text = std::to_string(number);
-    int left = middle - static_cast<int>(text.size()) * 4 * dot / 2;
-    for (const char character : text) {
-        const auto& glyph = glyphs[character == '-' ? 10 : static_cast<std::size_t>(character - '0')];
-        for (int row = 0; row < 5; ++row) {
-            for (int column = 0; column < 3; ++column) {
-                if (glyph[static_cast<std::size_t>(row)] >> (2 - column) & 1U) {
-                    canvas.fill(left + column * dot, top - (row + 1) * dot, dot, dot, black);
-                }
-            }
-        }
-        left += 4 * dot;
-    }
+    canvas.write(text, middle - Canvas::widthOf(text, dot) / 2, top - 5 * dot, dot, black);
 }
 
 void drawPage(Canvas& canvas, const GreyPage& page) {

@@ -14,7 +14,8 @@ namespace {
 constexpr char exitCodes[] =
     "Exit codes: 0 done, 1 usage, 2 some files or pages failed and the others are done,\n"
     "3 input cannot be read, 4 output cannot be written, 5 out of memory,\n"
-    "6 everything was read, but for some page there is no answer.";
+    "6 everything was read, but for some page there is no answer,\n"
+    "7 a page has content and --fail-if-content was given.";
 
 std::string version() {
     return std::string("dornimage ") + DornImage::versionText + " (FreeImage " + FreeImage_GetVersion() + ")";
@@ -56,6 +57,7 @@ ExitCode parseAndPerform(int argc, const char* const* argv) {
     addSplitCommand(app, action);
     addJoinCommand(app, action);
     addCpuCommand(app, action);
+    addBlankCommand(app, action);
     addSkewCommand(app, action);
     try {
         app.parse(argc, argv);
