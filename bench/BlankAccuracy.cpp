@@ -327,11 +327,11 @@ struct Score {
     int content = 0;
 };
 
-// Answers by kind of page, and by method where the library alone judges.
+// Answers by kind of page, and those of other methods.
 struct Scores {
     std::map<std::string, Score> empties;
     std::map<std::string, Score> contents;
-    std::map<std::string, std::pair<int, int>> alone; // empty pages and pages with content called empty
+    std::map<std::string, std::pair<int, int>> others; // empty pages and pages with content called empty
 };
 
 void judge(Scores& scores, bool hasContent, const std::string& kind, const Plane& plane, int dpi) {
@@ -344,18 +344,24 @@ void judge(Scores& scores, bool hasContent, const std::string& kind, const Plane
     const bool gross =
         hasContent ? measure.verdict == BlankVerdict::empty : measure.verdict == BlankVerdict::content;
     if (gross) {
-        std::printf("wrong: %s page, %s: %s; ink %.4f, mark %.1f mm\n", hasContent ? "full" : "empty",
+        std::printf("wrong: %s page, %s: %s; ink %.4f, mark %.1f mm", hasContent ? "full" : "empty",
                     kind.c_str(), measure.reason.c_str(), measure.ink.share, measure.ink.markLength);
+        for (const SmallCell& faint : measure.faint) {
+            std::printf("; at %u %.4f, mark %.1f mm", faint.contrast, faint.share, faint.markLength);
+        }
+        std::puts("");
     }
+    const auto note = [&](const std::string& method, bool empty) {
+        auto& counts = scores.others[method];
+        (hasContent ? counts.second : counts.first) += empty ? 1 : 0;
+    };
+    note("--ignore-faint", measureBlank(BlankPage(bitmap.get()), true).verdict == BlankVerdict::empty);
     for (const int contrast : {20, 40, 60}) {
         for (const double limit : {0.0002, 0.001, 0.005}) {
             DornImage::EmptyPage3Params params{static_cast<std::uint8_t>(contrast), limit, 50, 0, {}};
-            char name[40];
-            std::snprintf(name, sizeof name, "contrast %d, limit %.4f", contrast, limit);
-            auto& counts = scores.alone[name];
-            if (DornImage::detectEmptyPage(bitmap.get(), params)) {
-                ++(hasContent ? counts.second : counts.first);
-            }
+            char name[48];
+            std::snprintf(name, sizeof name, "detector, contrast %d, limit %.4f", contrast, limit);
+            note(name, DornImage::detectEmptyPage(bitmap.get(), params));
         }
     }
 }
@@ -496,9 +502,9 @@ int main(int argc, char** argv) {
     print("pages with content", scores.contents, onContent);
     std::puts("\nthe tool:");
     printRates(onEmpty.empty, empties, onContent.empty);
-    std::puts("\nthe detector alone, margin 50 per mille:");
-    for (const auto& [name, counts] : scores.alone) {
-        std::printf("  %-28s ", name.c_str());
+    std::puts("\nother methods; the detector alone with a margin of 50 per mille:");
+    for (const auto& [name, counts] : scores.others) {
+        std::printf("  %-38s ", name.c_str());
         printRates(counts.first, empties, counts.second);
     }
     return 0;

@@ -11,7 +11,7 @@ using nlohmann::json;
 
 namespace {
 
-// A page of A5 at 300 dots per inch with some grain, on which `draw` sets the pixels (x and y from the top
+// A page of A6 at 300 dots per inch with some grain, on which `draw` sets the pixels (x and y from the top
 // left).
 class Paper {
 public:
@@ -60,8 +60,8 @@ public:
         return file;
     }
 
-    static constexpr int width = 1748;
-    static constexpr int height = 2480;
+    static constexpr int width = 1240;
+    static constexpr int height = 1748;
 
 private:
     DornImage::FIBitmapPtr bitmap_;
@@ -77,7 +77,7 @@ json onlyPage(const std::string& file) {
 
 TEST(Blank, JudgesRealPages) {
     const std::map<std::string, std::string> verdicts = {
-        {"blank/blank_paper_colour_300dpi.jpg", "empty"},
+        {"blank/blank_paper_colour_300dpi.jpg", "unsure"},
         {"blank/blank_show_through_grey_300dpi.jpg", "empty"},
         {"blank/blank_specks_1bit_g4_300dpi.tif", "empty"},
         {"blank/few_lines_palette.png", "content"},
@@ -107,11 +107,11 @@ TEST(Blank, ScannersAddNothingAndADigitIsSomething) {
             SCOPED_TRACE(testing::Message() << depth << (negative ? " negative" : ""));
             EXPECT_EQ(onlyPage(Paper().save(file, depth, negative))["verdict"], "empty");
             Paper used;
-            used.disc(145, 768, 35, 20); // punched holes, the scanner's edge, dust
-            used.disc(145, 1712, 35, 20);
+            used.disc(145, 402, 35, 20); // punched holes, the scanner's edge, dust
+            used.disc(145, 1346, 35, 20);
             used.fill(Paper::width - 40, 0, 40, Paper::height, 30);
             for (int i = 0; i < 30; ++i) {
-                used.disc(200 + 43 * i, 150 + i * i * 2, 2, 60);
+                used.disc(200 + 33 * i, 150 + i * i * 3 / 2, 2, 60);
             }
             const json empty = onlyPage(used.save(file, depth, negative));
             EXPECT_EQ(empty["verdict"], "empty") << empty;
@@ -119,11 +119,11 @@ TEST(Blank, ScannersAddNothingAndADigitIsSomething) {
             EXPECT_EQ(empty["inverted"], negative);
             EXPECT_GT(empty["edgeShare"], 0.02);
 
-            used.digit(870, 2300, 60);
+            used.digit(600, 1570, 60);
             const json content = onlyPage(used.save(file, depth, negative));
             EXPECT_EQ(content["verdict"], "content") << content;
-            EXPECT_NEAR(content["ink"]["left"].get<int>() + 50, 880, 50);
-            EXPECT_NEAR(content["ink"]["top"].get<int>() + 50, 2316, 50);
+            EXPECT_NEAR(content["ink"]["left"].get<int>() + 50, 610, 50);
+            EXPECT_NEAR(content["ink"]["top"].get<int>() + 50, 1586, 50);
         }
     }
 }
@@ -132,10 +132,11 @@ TEST(Blank, SaysUnsureWhereFaintOrAtTheEdge) {
     const ScratchFolder scratch;
     const std::string file = scratch / "page.png";
     Paper pencil;
-    pencil.digit(870, 2300, 235 - 48);
+    pencil.digit(600, 1570, 235 - 48);
     EXPECT_EQ(onlyPage(pencil.save(file))["verdict"], "unsure");
+    EXPECT_EQ(runTool({"blank", "--ignore-faint", file}).exitCode, 0);
     Paper edge;
-    edge.digit(870, 40, 60);
+    edge.digit(600, 28, 60);
     EXPECT_EQ(onlyPage(edge.save(file))["verdict"], "unsure");
     const ToolRun text = runTool({"blank", file});
     EXPECT_EQ(text.exitCode, 6);
@@ -158,16 +159,16 @@ TEST(Blank, ExitCodesServeScripts) {
 TEST(Blank, DrawsWhatItSaw) {
     const ScratchFolder scratch;
     Paper paper;
-    paper.digit(870, 1200, 60);
+    paper.digit(600, 850, 60);
     const std::string page = paper.save(scratch / "page.png");
     const std::string picture = scratch / "seen.png";
     ASSERT_EQ(runTool({"blank", "--page", "1", "--picture", picture, page}).exitCode, 0);
     const DornImage::FIBitmapPtr seen(FreeImage_Load(FIF_PNG, picture.c_str(), 0));
-    ASSERT_EQ(FreeImage_GetWidth(seen.get()), 437U); // the page at 75 dots per inch
+    ASSERT_EQ(FreeImage_GetWidth(seen.get()), 620U); // the page at 150 dots per inch
     // Red frames the digit, in the middle of the page.
     int red = 0;
-    for (unsigned y = 270; y < 370; ++y) {
-        for (unsigned x = 170; x < 270; ++x) {
+    for (unsigned y = 391; y < 491; ++y) {
+        for (unsigned x = 255; x < 355; ++x) {
             RGBQUAD colour;
             FreeImage_GetPixelColor(seen.get(), x, y, &colour);
             red += colour.rgbRed > 180 && colour.rgbGreen < 40;

@@ -17,6 +17,7 @@ using nlohmann::ordered_json;
 struct Options {
     PageRun run;
     bool failIfContent = false;
+    bool ignoreFaint = false;
     std::string picture;
 };
 
@@ -66,7 +67,7 @@ void print(const std::string& name, const BlankPage& page, const BlankMeasure& m
            const std::string& from) {
     const auto percent = [](double share) { return std::round(share * 1e5) / 1e3; };
     std::cout << name << ": " << verdictName(measure.verdict) << ": " << measure.reason << " (page "
-              << percent(measure.filling) << " %, fullest small cell " << percent(measure.ink.share)
+              << percent(measure.filling) << " %, small cell " << percent(measure.ink.share)
               << " %, longest mark in it " << std::round(measure.ink.markLength * 10) / 10 << " mm";
     for (const SmallCell& cell : measure.faint) {
         std::cout << ", at contrast " << cell.contrast << " " << percent(cell.share) << " %";
@@ -106,7 +107,7 @@ private:
     ordered_json look(const Source& source, int number, DornImage::Image& image, bool damaged) {
         const GreyImage grey = normalised(image, source.name());
         const BlankPage page(grey.image->getFIBTMAP());
-        BlankMeasure measure = measureBlank(page);
+        BlankMeasure measure = measureBlank(page, options_.ignoreFaint);
         if (damaged && measure.verdict == BlankVerdict::empty) {
             // What the decoder could not read may have been the content.
             measure.verdict = BlankVerdict::unsure;
@@ -149,6 +150,8 @@ void addBlankCommand(CLI::App& app, Action& action) {
             ->add_option("--page", options->run.page, "Judge this page only, counted from 1 (default: all)")
             ->check(CLI::PositiveNumber);
     command->add_flag("--json", options->run.json, "Print an array with one object per file");
+    command->add_flag("--ignore-faint", options->ignoreFaint,
+                      "Take faint marks, such as pencil, for part of the paper");
     command->add_flag("--fail-if-content", options->failIfContent,
                       "Answer with exit code 7 when a page has content");
     command

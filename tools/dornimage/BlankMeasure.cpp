@@ -13,13 +13,13 @@ constexpr unsigned cellMargin = 16; // that the detector leaves out around what 
 constexpr unsigned step = cellSide / 2;
 constexpr unsigned windowSide = cellSide + 2 * cellMargin;
 constexpr unsigned inkContrast = 60;
-constexpr double cleanInk = 0.004;   // 10 pixels of a cell: less than any digit
-constexpr double dustInk = 0.02;     // as much may be there in grains
-constexpr double contentInk = 0.012; // the thinnest digit of usual size
-constexpr double grain = 1.3;        // millimetres: longer marks are no dust
-constexpr double letter = 1.5;       // millimetres: height of a small digit
-constexpr double pencilStroke = 1.3; // millimetres
-constexpr double border = 5;         // millimetres
+constexpr double cleanInk = 0.004;    // 10 pixels of a cell: less than any digit
+constexpr double dustInk = 0.02;      // as much may be there in grains
+constexpr double contentInk = 0.012;  // the thinnest digit of usual size
+constexpr double grain = 1.3;         // millimetres: longer marks are no dust
+constexpr double letter = 1.5;        // millimetres: height of a small digit
+constexpr double pencilStroke = 0.95; // millimetres
+constexpr double border = 5;          // millimetres
 
 // What paper, folds, ruling and the other side's writing reach; pencil passes it.
 struct FaintLimit {
@@ -27,7 +27,7 @@ struct FaintLimit {
     double share;     // of a small cell, by whatever marks
     double markShare; // by marks among which one is as long as a stroke
 };
-constexpr FaintLimit faintLimits[] = {{20, 0.08, 0.08}, {35, 0.04, 0.0115}};
+constexpr FaintLimit faintLimits[] = {{20, 0.08, 0.08}, {35, 0.04, 0.007}};
 
 DornImage::EmptyPage3Params detect(FIBITMAP* bitmap, unsigned contrast) {
     DornImage::EmptyPage3Params params{static_cast<std::uint8_t>(contrast), 0, 0, 0, {}};
@@ -56,12 +56,26 @@ public:
     void cells(unsigned contrast, Use use) const {
         for (const unsigned y : windowStarts(page_.height(), windowHeight_)) {
             for (const unsigned x : windowStarts(page_.width(), windowWidth_)) {
-                SmallCell cell{contrast, shareIn(x, y, contrast), 0, x + cellMargin, y + cellMargin, 0};
+                SmallCell cell{contrast, 0, 0, x + cellMargin, y + cellMargin, 0};
+                cell.share = shareIn(cell, contrast);
                 if (cell.share > 0 && !use(cell)) {
                     return;
                 }
             }
         }
+    }
+
+    // What stands out by `contrast` in the cell.
+    double shareIn(const SmallCell& cell, unsigned contrast) const {
+        const unsigned x = cell.left - cellMargin;
+        const unsigned y = cell.bottom - cellMargin;
+        const unsigned top = page_.height() - y; // FreeImage counts the lines of a view from the top
+        const DornImage::FIBitmapPtr view(
+            FreeImage_CreateView(page_.bitmap(), x, top - windowHeight_, x + windowWidth_, top));
+        if (!view.get()) {
+            throw std::bad_alloc();
+        }
+        return detect(view.get(), contrast).filling;
     }
 
     bool isAtBorder(const SmallCell& cell) const {
@@ -81,16 +95,6 @@ public:
 private:
     unsigned cellWidth() const { return windowWidth_ - 2 * cellMargin; }
     unsigned cellHeight() const { return windowHeight_ - 2 * cellMargin; }
-
-    double shareIn(unsigned x, unsigned y, unsigned contrast) const {
-        const unsigned top = page_.height() - y; // FreeImage counts the lines of a view from the top
-        const DornImage::FIBitmapPtr view(
-            FreeImage_CreateView(page_.bitmap(), x, top - windowHeight_, x + windowWidth_, top));
-        if (!view.get()) {
-            throw std::bad_alloc();
-        }
-        return detect(view.get(), contrast).filling;
-    }
 
     const BlankPage& page_;
     unsigned windowWidth_;
@@ -137,6 +141,9 @@ void lookForFaint(const Look& look, BlankMeasure& result) {
         look.cells(limit.contrast, [&](SmallCell& cell) {
             if (!look.isAtBorder(cell)) {
                 look.measureMark(cell, limit.markShare);
+                if (cell.markLength > 0) {
+                    cell.share -= look.shareIn(cell, inkContrast);
+                }
                 cell.weight = weightOfFaint(cell, limit);
                 keepHeavier(result.faint.back(), cell);
             }
@@ -184,7 +191,7 @@ std::string verdictName(BlankVerdict verdict) {
     return "unsure";
 }
 
-BlankMeasure measureBlank(const BlankPage& page) {
+BlankMeasure measureBlank(const BlankPage& page, bool ignoreFaint) {
     BlankMeasure result;
     if (page.width() < 2 * cellMargin + 2 || page.height() < 2 * cellMargin + 2) {
         result.reason = "the picture is smaller than 34 pixels";
@@ -198,7 +205,7 @@ BlankMeasure measureBlank(const BlankPage& page) {
     result.cellSide = cellSide;
     const Look look(page);
     lookForInk(look, result);
-    if (result.ink.weight < 2) {
+    if (result.ink.weight < 2 && !ignoreFaint) {
         lookForFaint(look, result);
     }
     judge(result);

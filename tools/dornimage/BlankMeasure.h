@@ -27,6 +27,7 @@ struct BlankMeasure {
     unsigned cellSide = 0; // of a small cell, in pixels of the reduced page
     SmallCell ink;         // inside the page's border; the first of weight 2 when there is one
     SmallCell borderInk;   // within a few millimetres of the edge
+    // One for each lower contrast; the share is of what is no ink as well where there are marks to measure.
     std::vector<SmallCell> faint;
     SmallCell decisive; // the one that the verdict rests on
     double filling = 0; // the library's share of the page, and of its grid of cells, at the ink contrast
@@ -42,6 +43,7 @@ struct BlankMeasure {
 /// out strongly decide; the length of the marks in a cell tells a digit from dust. What stands out faintly,
 /// such as pencil or the writing of the other side, can make a page unsure only, and so can what lies at the
 /// very edge. Limits were chosen by measurement, see docs/analysis.md.
-BlankMeasure measureBlank(const BlankPage& page);
+/// @param ignoreFaint take what stands out faintly for part of the paper, without looking.
+BlankMeasure measureBlank(const BlankPage& page, bool ignoreFaint = false);
 
 #endif
