@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <cstdarg>
 #include <cstdint>
 #include <fcntl.h>
 #include <iterator>
+#include <new>
 #include <tiffio.h>
+#include <vector>
 
 namespace DornImage {
 
@@ -32,14 +36,89 @@ FieldInfos makeFieldInfos() {
     return infos;
 }
 
+// FreeImage counts IPTC records in words of 4 bytes, as the tag was once defined; the TIFF codec counts
+// bytes. So FreeImage would read four times the record, and write a quarter of it. The two functions below
+// stand between them.
+std::atomic<TIFFVSetMethod> plainSetField{nullptr};
+std::atomic<TIFFVGetMethod> plainGetField{nullptr};
+
+int callPlainSetField(TIFF* file, std::uint32_t tag, ...) {
+    va_list values;
+    va_start(values, tag);
+    const int set = plainSetField.load()(file, tag, values);
+    va_end(values);
+    return set;
+}
+
+int callPlainGetField(TIFF* file, std::uint32_t tag, ...) {
+    va_list values;
+    va_start(values, tag);
+    const int got = plainGetField.load()(file, tag, values);
+    va_end(values);
+    return got;
+}
+
+constexpr std::uint32_t wordSize = 4;
+
+// The codec's file reading hands over bytes, FreeImage's writing hands over words.
+int setField(TIFF* file, std::uint32_t tag, va_list values) {
+    if (tag != TIFFTAG_RICHTIFFIPTC) {
+        return plainSetField.load()(file, tag, values);
+    }
+    const auto count = va_arg(values, std::uint32_t);
+    auto* const data = va_arg(values, std::uint8_t*);
+    if (TIFFGetMode(file) != O_RDONLY) {
+        return count <= UINT32_MAX / wordSize ? callPlainSetField(file, tag, count * wordSize, data) : 0;
+    }
+    try {
+        std::vector<std::uint8_t> words(data, data + count);
+        words.resize((words.size() + wordSize - 1) / wordSize * wordSize);
+        if (TIFFIsByteSwapped(file)) { // FreeImage swaps them back
+            for (auto word = words.begin(); word != words.end(); word += wordSize) {
+                std::reverse(word, word + wordSize);
+            }
+        }
+        return callPlainSetField(file, tag, static_cast<std::uint32_t>(words.size()), words.data());
+    } catch (const std::bad_alloc&) {
+        return 0;
+    }
+}
+
+int getField(TIFF* file, std::uint32_t tag, va_list values) {
+    if (tag != TIFFTAG_RICHTIFFIPTC) {
+        return plainGetField.load()(file, tag, values);
+    }
+    auto* const count = va_arg(values, std::uint32_t*);
+    auto* const data = va_arg(values, void**);
+    if (!callPlainGetField(file, tag, count, data)) {
+        return 0;
+    }
+    *count /= wordSize;
+    return 1;
+}
+
+void countIptcInWords(TIFF* file) {
+    const TIFFField* const field = TIFFFieldWithTag(file, TIFFTAG_RICHTIFFIPTC);
+    const char* const name = TIFFFileName(file);
+    const bool isOfFreeImage = name && !*name; // other users of the codec name their files
+    if (field && isOfFreeImage && TIFFFieldDataType(field) != TIFF_LONG) {
+        TIFFTagMethods* const methods = TIFFAccessTagMethods(file);
+        plainSetField = methods->vsetfield;
+        plainGetField = methods->vgetfield;
+        methods->vsetfield = setField;
+        methods->vgetfield = getField;
+    }
+}
+
 TIFFExtendProc earlierExtender = nullptr;
 
-// Called by the TIFF codec for each file that it opens.
+// Called by the TIFF codec for each directory of each file that it opens.
 void addFields(TIFF* file) {
     static const FieldInfos infos = makeFieldInfos();
     if (TIFFGetMode(file) != O_RDONLY) {
         TIFFMergeFieldInfo(file, infos.data(), static_cast<std::uint32_t>(infos.size()));
     }
+    countIptcInWords(file);
     if (earlierExtender) {
         earlierExtender(file);
     }
