@@ -204,4 +204,13 @@ bool FIBitmapPtr::load(const u8string& fileName, const u8string& mimeType, Velmo
     return true;
 }
 
+bool FreeImage_CanSave(FREE_IMAGE_FORMAT format, FREE_IMAGE_TYPE type, unsigned bitsPerPixel) {
+    if (type != FIT_BITMAP) {
+        return ::FreeImage_FIFSupportsExportType(format, type) != FALSE;
+    }
+    // The writer of PSD files writes behind its row buffer when a pixel has 1 bit.
+    return ::FreeImage_FIFSupportsExportBPP(format, static_cast<int>(bitsPerPixel)) != FALSE &&
+           (format != FIF_PSD || bitsPerPixel != 1);
+}
+
 } // namespace DornImage

@@ -48,6 +48,12 @@ DORNIMAGE_API bool FreeImage_ParseExtensions(FREE_IMAGE_FORMAT format,
 /// True for the formats that hold several pages: ICO, TIFF and GIF.
 DORNIMAGE_API bool FreeImage_IsMultiPageFormat(FREE_IMAGE_FORMAT format);
 
+/// Whether the codec writes pictures of this kind and depth, by what it declares. Codecs of the packaged
+/// FreeImage end the process or leave their memory when they get what they don't declare; the same goes for
+/// PSD of 1 bit, which is declared and false here.
+/// @param bitsPerPixel of pictures of the type FIT_BITMAP; all other types have one depth each.
+DORNIMAGE_API bool FreeImage_CanSave(FREE_IMAGE_FORMAT format, FREE_IMAGE_TYPE type, unsigned bitsPerPixel);
+
 } // namespace DornImage
 
 #endif

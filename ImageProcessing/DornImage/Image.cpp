@@ -1,5 +1,6 @@
 #include "ImageProcessing/DornImage/Image.h"
 
+#include "ImageProcessing/DornImage/Formats.h"
 #include "ImageProcessing/DornImage/GrayScale.h"
 #include "ImageProcessing/DornImage/NamedFile.h"
 #include "ImageProcessing/DornImage/NewImage.h"
@@ -112,11 +113,13 @@ bool Image::GetNormalizedDimension(int& width, int& height) {
     return true;
 }
 
-bool Image::Save(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileName, int flags) {
-    return bitmap && saveNamedFile(format, bitmap, fileName, flags);
-}
-
 namespace {
+
+bool save(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const Velmora::u8string& fileName, int flags) {
+    return bitmap &&
+           FreeImage_CanSave(format, ::FreeImage_GetImageType(bitmap), ::FreeImage_GetBPP(bitmap)) &&
+           saveNamedFile(format, bitmap, fileName, flags);
+}
 
 int saveFlags(FREE_IMAGE_FORMAT format, unsigned bitsPerPixel) {
     if (format != FIF_TIFF) {
@@ -135,8 +138,12 @@ int saveFlags(FREE_IMAGE_FORMAT format, unsigned bitsPerPixel) {
 
 } // namespace
 
+bool Image::Save(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileName, int flags) {
+    return save(format, bitmap, fileName, flags);
+}
+
 bool Image::Save(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileName) {
-    return bitmap && saveNamedFile(format, bitmap, fileName, saveFlags(format, GetBpp()));
+    return save(format, bitmap, fileName, saveFlags(format, GetBpp()));
 }
 
 } // namespace DornImage

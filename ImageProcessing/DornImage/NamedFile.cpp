@@ -54,11 +54,6 @@ bool isWholeName(const Velmora::u8string& fileName) {
     return fileName.find('\0') == Velmora::u8string::npos;
 }
 
-// FreeImage's writer of PSD files writes behind its row buffer when a pixel has 1 bit.
-bool isSafeToSave(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap) {
-    return format != FIF_PSD || ::FreeImage_GetBPP(bitmap) != 1;
-}
-
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
 File openFile(const Velmora::u8string& fileName, const char* mode) {
@@ -88,7 +83,7 @@ FIBITMAP* loadNamedFile(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileN
 }
 
 bool saveNamedFile(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const Velmora::u8string& fileName, int flags) {
-    if (!isWholeName(fileName) || !isSafeToSave(format, bitmap)) {
+    if (!isWholeName(fileName)) {
         return false;
     }
     // Most encoders don't look at what becomes of their writes and report success on a full disk; the file

@@ -20,7 +20,7 @@ FREE_IMAGE_FORMAT namedFileExtensionFormat(const Velmora::u8string& fileName);
 /// The decoded file, owned by the caller, or null.
 FIBITMAP* loadNamedFile(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileName, int flags);
 
-/// Whether the bitmap was written, to the last byte.
+/// Whether the bitmap was written, to the last byte. FreeImage_CanSave tells what is safe to hand to a codec.
 bool saveNamedFile(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const Velmora::u8string& fileName, int flags);
 
 } // namespace DornImage

@@ -3,7 +3,6 @@
 #include "ExitCode.h"
 #include "Text.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -72,11 +71,9 @@ std::string depthsHeld(FREE_IMAGE_FORMAT format) {
 
 std::vector<int> exportDepths(FREE_IMAGE_FORMAT format) {
     std::vector<int> depths;
-    for (const int depth : {1, 4, 8, 16, 24, 32}) {
-        // FreeImage's writer of 1-bit PSD files writes outside its memory.
-        const bool unsafe = format == FIF_PSD && depth == 1;
-        if (!unsafe && FreeImage_FIFSupportsExportBPP(format, depth)) {
-            depths.push_back(depth);
+    for (const unsigned depth : {1U, 4U, 8U, 16U, 24U, 32U}) {
+        if (DornImage::FreeImage_CanSave(format, FIT_BITMAP, depth)) {
+            depths.push_back(static_cast<int>(depth));
         }
     }
     return depths;
@@ -116,19 +113,17 @@ PictureWriter::PictureWriter(std::string name, FREE_IMAGE_FORMAT format, std::op
 
 void PictureWriter::checkHolds(FIBITMAP* bitmap) const {
     const FREE_IMAGE_TYPE type = FreeImage_GetImageType(bitmap);
-    if (type != FIT_BITMAP) {
-        if (!FreeImage_FIFSupportsExportType(format_, type)) {
-            fail(formatName(format_) + " cannot hold pictures of the kind " + pixelTypeName(type) +
-                 "; see --to");
-        }
+    const unsigned depth = FreeImage_GetBPP(bitmap);
+    if (DornImage::FreeImage_CanSave(format_, type, depth)) {
         return;
     }
-    const auto depth = static_cast<int>(FreeImage_GetBPP(bitmap));
-    const std::vector<int> held = exportDepths(format_);
-    if (std::find(held.begin(), held.end(), depth) == held.end()) {
-        fail(formatName(format_) + " cannot hold " + countOf(depth, "bit") + " a pixel" +
-             (held.empty() ? "" : ", only " + depthsHeld(format_)) + "; see --to");
+    if (type != FIT_BITMAP) {
+        fail(formatName(format_) + " cannot hold pictures of the kind " + pixelTypeName(type) +
+             "; see convert --to");
     }
+    const std::string held = depthsHeld(format_);
+    fail(formatName(format_) + " cannot hold " + countOf(depth, "bit") + " a pixel" +
+         (held.empty() ? "" : ", only " + held) + "; see convert --to");
 }
 
 void PictureWriter::writeWhole(const std::function<bool(FreeImageIO&, fi_handle)>& save) {

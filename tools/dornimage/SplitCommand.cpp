@@ -60,10 +60,7 @@ private:
             return chosenFormat_;
         }
         const FREE_IMAGE_TYPE type = FreeImage_GetImageType(page.getFIBTMAP());
-        const bool png = type == FIT_BITMAP
-                             ? FreeImage_FIFSupportsExportBPP(FIF_PNG, static_cast<int>(page.GetBpp()))
-                             : FreeImage_FIFSupportsExportType(FIF_PNG, type);
-        return png ? FIF_PNG : FIF_TIFF;
+        return DornImage::FreeImage_CanSave(FIF_PNG, type, page.GetBpp()) ? FIF_PNG : FIF_TIFF;
     }
 
     // The input's name with the page's number, of as many digits as the last one has, so that names sort in

@@ -204,10 +204,29 @@ TEST_F(ImageTest, SaveChoosesTheCodingOfATiff) {
     EXPECT_FALSE(refused->Save(FIF_JPEG, nameIn(folder, "refused.jpg"))) << "no fallback";
 
     const Reference<Image> bilevel = imageOf(FreeImage_Allocate(64, 64, 1));
-    EXPECT_FALSE(bilevel->Save(FIF_PSD, nameIn(folder, "page.psd"))) << "the encoder leaves its buffer";
     const auto cutName = nameIn(folder, std::string("cut\0.png", 8));
     EXPECT_FALSE(bilevel->Save(FIF_PNG, cutName));
     EXPECT_NE(::access(cutName.c_str(), F_OK), 0);
+}
+
+TEST_F(ImageTest, SaveKeepsFromTheCodecsWhatTheyAreNotMadeFor) {
+    const dorntest::ScratchDirectory folder;
+    const auto name = nameIn(folder, "page");
+    const struct {
+        FREE_IMAGE_FORMAT format;
+        FREE_IMAGE_TYPE type;
+        int depth;
+    } dangerous[] = {{FIF_WEBP, FIT_BITMAP, 1},   {FIF_WEBP, FIT_BITMAP, 8}, {FIF_WEBP, FIT_FLOAT, 32},
+                     {FIF_WEBP, FIT_UINT16, 16},  {FIF_PSD, FIT_BITMAP, 1},  {FIF_PNG, FIT_BITMAP, 16},
+                     {FIF_ICO, FIT_COMPLEX, 128}, {FIF_JP2, FIT_BITMAP, 16}};
+    for (const auto& [format, type, depth] : dangerous) {
+        const Reference<Image> image = imageOf(FreeImage_AllocateT(type, 64, 64, depth));
+        EXPECT_FALSE(image->Save(format, name) || image->Save(format, name, 0)) << format << ' ' << depth;
+    }
+    EXPECT_THAT(calls.saveFlags, IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(std::string(name)));
+    EXPECT_TRUE(imageOf(FreeImage_Allocate(64, 64, 24))->Save(FIF_WEBP, name));
+    EXPECT_TRUE(imageOf(FreeImage_AllocateT(FIT_UINT16, 64, 64))->Save(FIF_PNG, name));
 }
 
 TEST_F(ImageTest, NamesReachTheirFilesByteForByte) {
