@@ -5,5 +5,6 @@
 
 #include "primitives/resize/ResizeLinear.h"
 #include "primitives/resize/ResizeSpec.h"
+#include "primitives/resize/ResizeSuper.h"
 
 #endif

@@ -179,10 +179,11 @@ using ResizeFunction = IppStatus (*)(const Ipp8u*, std::int32_t, Ipp8u*, std::in
                                      std::uint32_t, const Ipp8u*, const IppiResizeSpec*, Ipp8u*);
 
 // Runs a case and hands every sample of the tile to check(x, y, channel, sample), with x and y in the whole
-// destination. Finds writes outside the tile, the plan and the work buffer.
-template <typename Check>
-void runResizeCase(const ResizeCase& test, const resize_reference::Source& source, PlanBlock& plan,
-                   ResizeFunction function, Check check) {
+// destination. call(src, srcStep, dst, dstStep, buffer) makes the tile from the source pixel `origin` on.
+// Finds writes outside the tile, the plan and the work buffer.
+template <typename Call, typename Check>
+void runResizeTile(const ResizeCase& test, const resize_reference::Source& source, IppiPoint origin,
+                   PlanBlock& plan, Call call, Check check) {
     const auto channels = static_cast<std::size_t>(test.channels);
     const int width = std::min(test.tile.width, test.dst.width - test.offset.x);
     const int height = std::min(test.tile.height, test.dst.height - test.offset.y);
@@ -192,13 +193,9 @@ void runResizeCase(const ResizeCase& test, const resize_reference::Source& sourc
     GuardedBytes destination(lastRow + rowBytes, test.misalignment / 3);
     GuardedBytes buffer(plan.bufferSize(test.tile, test.channels), test.misalignment);
 
-    const resize_reference::Axis axisX(test.src.width, test.dst.width);
-    const resize_reference::Axis axisY(test.src.height, test.dst.height);
-    const Ipp8u* src = source.data + axisY.origin(test.offset.y) * source.step +
-                       std::ptrdiff_t{axisX.origin(test.offset.x)} * test.channels;
-    ASSERT_EQ(function(src, static_cast<std::int32_t>(source.step), destination.data(),
-                       static_cast<std::int32_t>(step), test.offset, test.tile, test.border, nullptr,
-                       plan.spec(), buffer.data()),
+    const Ipp8u* src = source.data + origin.y * source.step + std::ptrdiff_t{origin.x} * test.channels;
+    ASSERT_EQ(call(src, static_cast<std::int32_t>(source.step), destination.data(),
+                   static_cast<std::int32_t>(step), buffer.data()),
               ippStsNoErr);
     ASSERT_TRUE(plan.intact() && buffer.intact() && destination.intact());
     for (int y = 0; y < height; ++y) {
@@ -213,6 +210,21 @@ void runResizeCase(const ResizeCase& test, const resize_reference::Source& sourc
             }
         }
     }
+}
+
+// The same for a method with borders.
+template <typename Check>
+void runResizeCase(const ResizeCase& test, const resize_reference::Source& source, PlanBlock& plan,
+                   ResizeFunction function, Check check) {
+    const resize_reference::Axis axisX(test.src.width, test.dst.width);
+    const resize_reference::Axis axisY(test.src.height, test.dst.height);
+    runResizeTile(
+        test, source, {axisX.origin(test.offset.x), axisY.origin(test.offset.y)}, plan,
+        [&](const Ipp8u* src, std::int32_t srcStep, Ipp8u* dst, std::int32_t dstStep, Ipp8u* buffer) {
+            return function(src, srcStep, dst, dstStep, test.offset, test.tile, test.border, nullptr,
+                            plan.spec(), buffer);
+        },
+        check);
 }
 
 #endif

@@ -324,6 +324,12 @@ std::map<std::string, Reference> references(bool fuses) {
         {"u8 slideUp over", moved<u8>([](int i, int lanes) { return i == 0 ? 2 * lanes - 1 : i - 1; })},
         {"i32 slideUp over", moved<i32>([](int i, int lanes) { return i == 0 ? 2 * lanes - 1 : i - 1; })},
         {"i32 broadcastLast", moved<i32>([](int, int lanes) { return lanes - 1; })},
+        {"i32 extractBlock",
+         [](const Inputs& in, int lanes, Bytes& out) {
+             for (int i = 0; i < lanes; ++i) {
+                 out.set(i, in.a.at<i32>(lanes + i));
+             }
+         }},
         {"i32 prefixSum", summed<i32>(true)},
         {"u16 prefixSum", summed<u16>(true)},
         {"i32 reduceSum", summed<i32>(false)},

@@ -40,6 +40,17 @@ DORN_INLINE Vec<T, n> shuffle(Vec<T, n> a, Vec<T, n> b) {
 template <typename T>
 constexpr int kBlockLanes = 16 / static_cast<int>(sizeof(T));
 
+template <int number, typename T, int n, int... i>
+DORN_INLINE Vec<T, kBlockLanes<T>> blockBy(Vec<T, n> v, Indices<i...>) {
+    return {__builtin_shufflevector(v.raw, v.raw, (number * kBlockLanes<T> + i)...)};
+}
+
+// A block of 128 bits by number.
+template <int number, typename T, int n>
+DORN_INLINE Vec<T, kBlockLanes<T>> extractBlock(Vec<T, n> v) {
+    return blockBy<number>(v, FirstIndices<kBlockLanes<T>>{});
+}
+
 template <int n, int block, int offset>
 struct InterleaveBlocks {
     static constexpr int at(int i) {

@@ -158,6 +158,10 @@ constexpr SimdCase
                 binary<VecU8>("u8 slideUp over", slideOver),
                 binary<VecI32>("i32 slideUp over", slideOver),
                 unary<VecI32>("i32 broadcastLast", last),
+                {"i32 extractBlock", 4,
+                 [](const void* a, const void*, const void*, void* out, size_t) {
+                     put(out, extractBlock<1>(get<Vec<int32_t, 8>>(a)));
+                 }},
                 unary<VecI32>("i32 prefixSum", prefix),
                 unary<VecU16>("u16 prefixSum", prefix),
                 unary<VecI32>("i32 reduceSum", total),
