@@ -97,7 +97,8 @@ IppStatus sizes(IppiSize maxRoiSize, std::uint32_t kernelSize, std::int32_t data
 // exp(-t^2 / d) for the distance t of tap `i` from the middle. d may have vanished or overflowed: the weight
 // is then not-a-number in the middle, or 1 everywhere.
 float weight(std::uint32_t i, std::uint32_t kernelSize, float d) {
-    const float t = static_cast<float>(i) - static_cast<float>(kernelSize / 2);
+    const std::uint32_t middle = kernelSize / 2;
+    const float t = static_cast<float>(i) - static_cast<float>(middle);
     return ippExp32f(-(t * t) / d);
 }
 

@@ -74,7 +74,7 @@ template <int variant, std::size_t channels>
 class LinearFloatForm {
 public:
     using Sample = float;
-    using Kernels = LinearFloatKernels<(variant < 1 ? variant : 1)>;
+    using Kernels = LinearFloatKernels<std::min(variant, 1)>;
     static constexpr std::int32_t mostTargets = 1;
 
     LinearFloatForm(const ResizeTile& tile, ResizeBuffer, const Ipp8u*) : tile_(tile) {}
