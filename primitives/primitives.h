@@ -11,5 +11,6 @@
 #include "primitives/filter/FilterBox.h"
 #include "primitives/filter/FilterGaussian.h"
 #include "primitives/resize/Resize.h"
+#include "primitives/warp/WarpAffine.h"
 
 #endif
