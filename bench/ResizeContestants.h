@@ -61,6 +61,39 @@ inline void addResizeFloor(const ResizeContest& contest) {
     });
 }
 
+using ResizeRun = IppStatus (*)(const Ipp8u*, std::int32_t, Ipp8u*, std::int32_t, IppiPoint, IppiSize,
+                                std::uint32_t, const Ipp8u*, const IppiResizeSpec*, Ipp8u*);
+
+// Our resize with all that a caller with new sizes pays: sizes, plan, buffers and the run. `init` gets the
+// blocks of the plan and of its scratch.
+template <typename Init>
+void resizeWhole(const Picture& from, Picture& to, std::int32_t method, ResizeRun run, Init init) {
+    std::int32_t specSize = 0;
+    std::int32_t initSize = 0;
+    std::int32_t bufferSize = 0;
+    IppStatus status = ippiResizeGetSize_8u(from.size(), to.size(), method, 0, &specSize, &initSize);
+    auto* spec = reinterpret_cast<IppiResizeSpec*>(ippsMalloc_8u(specSize));
+    Ipp8u* initBuffer = ippsMalloc_8u(initSize);
+    if (status == ippStsNoErr) {
+        status = init(spec, initBuffer);
+    }
+    ippsFree(initBuffer);
+    if (status == ippStsNoErr) {
+        status = ippiResizeGetBufferSize_8u(spec, to.size(), static_cast<std::uint32_t>(from.channels),
+                                            &bufferSize);
+    }
+    Ipp8u* buffer = ippsMalloc_8u(bufferSize);
+    if (status == ippStsNoErr) {
+        status = run(from.bytes.data(), from.step(), to.bytes.data(), to.step(), {0, 0}, to.size(),
+                     ippBorderRepl, nullptr, spec, buffer);
+    }
+    if (status != ippStsNoErr) {
+        std::fputs("the resize refused its arguments\n", stderr);
+    }
+    ippsFree(buffer);
+    ippsFree(spec);
+}
+
 // The picture one plane after the other.
 inline std::vector<std::uint8_t> planesOf(const Picture& picture) {
     std::vector<std::uint8_t> planes(picture.bytes.size());

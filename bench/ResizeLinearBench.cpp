@@ -8,33 +8,12 @@
 
 namespace {
 
-// Everything that a caller with new sizes pays: sizes, plan, buffers and the run.
 void resize(const bench::Picture& from, bench::Picture& to) {
-    std::int32_t specSize = 0;
-    std::int32_t initSize = 0;
-    std::int32_t bufferSize = 0;
-    const auto run = from.channels == 1   ? ippiResizeLinear_8u_C1R
-                     : from.channels == 3 ? ippiResizeLinear_8u_C3R
-                                          : ippiResizeLinear_8u_C4R;
-    IppStatus status = ippiResizeGetSize_8u(from.size(), to.size(), ippLinear, 0, &specSize, &initSize);
-    auto* spec = reinterpret_cast<IppiResizeSpec*>(ippsMalloc_8u(specSize));
-    if (status == ippStsNoErr) {
-        status = ippiResizeLinearInit_8u(from.size(), to.size(), spec);
-    }
-    if (status == ippStsNoErr) {
-        status = ippiResizeGetBufferSize_8u(spec, to.size(), static_cast<std::uint32_t>(from.channels),
-                                            &bufferSize);
-    }
-    Ipp8u* buffer = ippsMalloc_8u(bufferSize);
-    if (status == ippStsNoErr) {
-        status = run(from.bytes.data(), from.step(), to.bytes.data(), to.step(), {0, 0}, to.size(),
-                     ippBorderRepl, nullptr, spec, buffer);
-    }
-    if (status != ippStsNoErr) {
-        std::fputs("the resize refused its arguments\n", stderr);
-    }
-    ippsFree(buffer);
-    ippsFree(spec);
+    constexpr bench::ResizeRun runs[] = {ippiResizeLinear_8u_C1R, ippiResizeLinear_8u_C3R,
+                                         ippiResizeLinear_8u_C4R};
+    bench::resizeWhole(from, to, ippLinear, runs[from.channels / 2], [&](IppiResizeSpec* spec, Ipp8u*) {
+        return ippiResizeLinearInit_8u(from.size(), to.size(), spec);
+    });
 }
 
 void addContest(bench::Picture& from, bench::Picture& to) {

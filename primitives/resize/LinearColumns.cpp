@@ -1,50 +1,22 @@
 #include "primitives/resize/LinearColumns.h"
 
+#include "primitives/resize/ResizeWindows.h"
+
 namespace primitives {
 
 namespace {
-
-// The bytes of a source row that may be read: those of the image, and beyond it those that the taps reach.
-struct RowBytes {
-    std::int64_t low;
-    std::int64_t high; // the last one
-};
-
-template <std::int64_t channels>
-RowBytes readableBytes(const LinearColumns& columns, std::uint32_t srcSize) {
-    const std::int64_t first = columns.index[0];
-    const std::int64_t last = columns.index[columns.pixels - 1];
-    return {std::min(first, std::int64_t{0}) * channels,
-            std::max(last + 2, std::int64_t{srcSize}) * channels - 1};
-}
 
 // Describes the window of the `group` samples from `sample` on; false when there is none.
 template <std::int64_t channels, std::size_t group>
 bool describeWindow(const LinearColumns& columns, std::size_t sample, RowBytes readable, std::int32_t& start,
                     std::uint8_t* numbers) {
-    constexpr auto window = static_cast<std::int64_t>(kLinearWindow);
-    const std::int32_t* index = columns.index + sample / channels;
-    auto channel = static_cast<std::int64_t>(sample % channels);
-    std::int64_t lefts[group];
-    std::int64_t lowest = INT64_MAX;
-    std::int64_t highest = INT64_MIN;
-    for (std::int64_t& left : lefts) {
-        left = *index * channels + channel;
-        lowest = std::min(lowest, left);
-        highest = std::max(highest, left);
-        if (++channel == channels) {
-            channel = 0;
-            ++index;
-        }
-    }
-    const std::int64_t at = std::min(lowest, readable.high + 1 - window);
-    if (at < readable.low || highest + channels - at >= window || at > INT32_MAX - window) {
+    std::uint8_t lefts[group];
+    if (!findWindow<channels, group>(columns.index, sample, {0, channels, 0}, readable, start, lefts)) {
         return false;
     }
-    start = static_cast<std::int32_t>(at);
     for (std::size_t i = 0; i < group; ++i) {
-        numbers[2 * i] = static_cast<std::uint8_t>(lefts[i] - at);
-        numbers[2 * i + 1] = static_cast<std::uint8_t>(lefts[i] + channels - at);
+        numbers[2 * i] = lefts[i];
+        numbers[2 * i + 1] = static_cast<std::uint8_t>(lefts[i] + channels);
     }
     return true;
 }
@@ -62,7 +34,8 @@ bool describeWindows(LinearColumns& columns, std::size_t block, std::uint32_t sr
     if (buffer.end() > bufferEnd) {
         return false;
     }
-    const RowBytes readable = readableBytes<channels>(columns, srcSize);
+    const RowBytes readable = readableBytes(
+        columns.index[0], std::int64_t{columns.index[columns.pixels - 1]} + 1, srcSize, channels);
     const std::size_t last = columns.samples - block;
     std::size_t described = 0;
     for (std::size_t at = 0; at < columns.samples; at += block) {

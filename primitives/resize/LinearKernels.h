@@ -18,9 +18,6 @@
 
 namespace primitives {
 
-// Bytes that a window holds.
-constexpr size_t kLinearWindow = 16;
-
 // Samples whose neighbours come from one window: where pixels lie close together 16, else 8.
 constexpr size_t kLinearWideGroup = 16;
 constexpr size_t kLinearGroup = 8;

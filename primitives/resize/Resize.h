@@ -3,6 +3,8 @@
 
 /* The resize methods. Valid in C. */
 
+#include "primitives/resize/ResizeCubic.h"
+#include "primitives/resize/ResizeLanczos.h"
 #include "primitives/resize/ResizeLinear.h"
 #include "primitives/resize/ResizeSpec.h"
 #include "primitives/resize/ResizeSuper.h"

@@ -192,7 +192,8 @@ std::int64_t resizeBufferSize(const IppiResizeSpec& plan, IppiSize tile, std::in
     if (plan.interpolation == ippSuper) {
         rows = superBufferSize(plan, tileW, tileH, channels);
     } else if (plan.interpolation != ippNearest) {
-        rows = std::int64_t{plan.tapsY} * 2 * roundUp(channels * 4 * tileW, kResizeRowAlignment);
+        rows =
+            limitedProduct(std::int64_t{plan.tapsY} * 2, roundUp(channels * 4 * tileW, kResizeRowAlignment));
     }
     return indices + rows + kAlignmentSlack;
 }

@@ -184,10 +184,40 @@ struct RunArguments {
     unsigned border = 1;
     std::uint32_t magic = IPP_RESIZE_MAGIC;
     std::uint32_t antialiasing = 0;
-    std::uint32_t method = ippLinear;
+    bool isOtherMethod = false;
 };
 
-TEST(ResizeSizing, LinearRunsCheckInOrder) {
+// The run functions of a method, and its Init function.
+struct Family {
+    std::int32_t method;
+    ResizeFunction runs[3];
+    IppStatus (*init)(IppiSize src, IppiSize dst, IppiResizeSpec* spec, Ipp8u* initBuffer);
+};
+
+const Family kFamilies[] = {
+    {ippLinear,
+     {ippiResizeLinear_8u_C1R, ippiResizeLinear_8u_C3R, ippiResizeLinear_8u_C4R},
+     [](IppiSize src, IppiSize dst, IppiResizeSpec* spec, Ipp8u*) {
+         return ippiResizeLinearInit_8u(src, dst, spec);
+     }},
+    {ippCubic,
+     {ippiResizeCubic_8u_C1R, ippiResizeCubic_8u_C3R, ippiResizeCubic_8u_C4R},
+     [](IppiSize src, IppiSize dst, IppiResizeSpec* spec, Ipp8u* initBuffer) {
+         return ippiResizeCubicInit_8u(src, dst, 1, 0, spec, initBuffer);
+     }},
+    {ippLanczos,
+     {ippiResizeLanczos_8u_C1R, ippiResizeLanczos_8u_C3R, ippiResizeLanczos_8u_C4R},
+     [](IppiSize src, IppiSize dst, IppiResizeSpec* spec, Ipp8u* initBuffer) {
+         return ippiResizeLanczosInit_8u(src, dst, 2, spec, initBuffer);
+     }},
+};
+
+PlanBlock makePlan(const Family& family, IppiSize src, IppiSize dst) {
+    return {src, dst, family.method, 0,
+            [&](IppiResizeSpec* spec, Ipp8u* initBuffer) { return family.init(src, dst, spec, initBuffer); }};
+}
+
+TEST(ResizeSizing, RunsWithBordersCheckInOrder) {
     using Spoil = void (*)(RunArguments&);
     struct Row {
         IppStatus status;
@@ -200,7 +230,7 @@ TEST(ResizeSizing, LinearRunsCheckInOrder) {
          [](RunArguments& a) {
              a.offset = {5, 4};
          }}, // clipped to one pixel
-        {ippStsContextMatchErr, [](RunArguments& a) { a.method = ippCubic; }},
+        {ippStsContextMatchErr, [](RunArguments& a) { a.isOtherMethod = true; }},
         {ippStsNotSupportedModeErr, [](RunArguments& a) { a.antialiasing = 1; }},
         {ippStsOutOfRangeErr,
          [](RunArguments& a) {
@@ -244,12 +274,11 @@ TEST(ResizeSizing, LinearRunsCheckInOrder) {
         {ippStsBorderErr, [](RunArguments& a) { a.border = 6; }},
         {ippStsBorderErr, [](RunArguments& a) { a.border = 257; }},
     };
-    for (const ResizeFunction run :
-         {ippiResizeLinear_8u_C1R, ippiResizeLinear_8u_C3R, ippiResizeLinear_8u_C4R}) {
-        PlanBlock block({4, 4}, {6, 5}, ippLinear, 0, [](IppiResizeSpec* spec, Ipp8u*) {
-            return ippiResizeLinearInit_8u({4, 4}, {6, 5}, spec);
-        });
-        const std::vector<Ipp8u> src(4 * 16, 9);
+    for (std::size_t i = 0; i < 3 * std::size(kFamilies); ++i) {
+        const Family& family = kFamilies[i / 3];
+        const ResizeFunction run = family.runs[i % 3];
+        PlanBlock block = makePlan(family, {4, 4}, {6, 5});
+        const std::vector<Ipp8u> src(8 * 16, 9); // rows above the tile too
         std::vector<Ipp8u> buffer(block.bufferSize({6, 5}, 4));
         RunArguments arguments;
         for (const Row& row : rows) {
@@ -258,9 +287,10 @@ TEST(ResizeSizing, LinearRunsCheckInOrder) {
             IppiResizeSpec* spec = block.spec();
             spec->magic = arguments.magic;
             spec->antialiasing = arguments.antialiasing;
-            spec->interpolation = arguments.method;
+            spec->interpolation =
+                static_cast<std::uint32_t>(arguments.isOtherMethod ? ippSuper : family.method);
             std::vector<Ipp8u> dst(5 * 24, 1);
-            EXPECT_EQ(run(arguments.hasSrc ? src.data() : nullptr, 16,
+            EXPECT_EQ(run(arguments.hasSrc ? src.data() + 4 * 16 : nullptr, 16,
                           arguments.hasDst ? dst.data() : nullptr, 24, arguments.offset, arguments.tile,
                           arguments.border, nullptr, arguments.hasSpec ? spec : nullptr,
                           arguments.hasBuffer ? buffer.data() : nullptr),
@@ -271,17 +301,17 @@ TEST(ResizeSizing, LinearRunsCheckInOrder) {
 }
 
 TEST(ResizeSizing, TilesLargerThanTheDestinationAreClippedWithAWarning) {
-    PlanBlock block({4, 4}, {6, 5}, ippLinear, 0, [](IppiResizeSpec* spec, Ipp8u*) {
-        return ippiResizeLinearInit_8u({4, 4}, {6, 5}, spec);
-    });
     const std::vector<Ipp8u> src(16, 9);
-    std::vector<Ipp8u> buffer(block.bufferSize({7, 5}, 1));
-    GuardedBytes dst(30);
-    EXPECT_EQ(ippiResizeLinear_8u_C1R(src.data(), 4, dst.data(), 6, {0, 0}, {7, 5}, 1, nullptr, block.spec(),
-                                      buffer.data()),
-              ippStsSizeWrn);
-    EXPECT_TRUE(dst.intact());
-    EXPECT_EQ(std::vector<Ipp8u>(dst.data(), dst.data() + 30), std::vector<Ipp8u>(30, 9));
+    for (const Family& family : kFamilies) {
+        PlanBlock block = makePlan(family, {4, 4}, {6, 5});
+        std::vector<Ipp8u> buffer(block.bufferSize({7, 5}, 1));
+        GuardedBytes dst(30);
+        EXPECT_EQ(family.runs[0](src.data(), 4, dst.data(), 6, {0, 0}, {7, 5}, 1, nullptr, block.spec(),
+                                 buffer.data()),
+                  ippStsSizeWrn);
+        EXPECT_TRUE(dst.intact());
+        EXPECT_EQ(std::vector<Ipp8u>(dst.data(), dst.data() + 30), std::vector<Ipp8u>(30, 9));
+    }
 }
 
 #if !defined(DORN_PORTABLE_PRIMITIVES)

@@ -115,12 +115,13 @@ DORN_INLINE Vec<int16_t, n> mulHighRounded(Vec<int16_t, n> a, Vec<int16_t, n> b)
     return result;
 }
 
-// Within each block of 128 bits the bytes of `table` whose numbers, 0 to 15, stand in `numbers`.
+// Within each block of 128 bits the bytes of `table` whose numbers, 0 to 15, stand in `numbers`; 0 for numbers
+// from 128 on.
 template <int n>
 DORN_INLINE Vec<uint8_t, n> lookupBlocks(Vec<uint8_t, n> table, Vec<uint8_t, n> numbers) {
     Vec<uint8_t, n> result;
     for (int i = 0; i < n; ++i) {
-        result.raw[i] = table.raw[i / 16 * 16 + numbers.raw[i]];
+        result.raw[i] = numbers.raw[i] < 128 ? table.raw[i / 16 * 16 + numbers.raw[i]] : uint8_t{0};
     }
     return result;
 }

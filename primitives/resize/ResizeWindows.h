@@ -1,0 +1,70 @@
+#ifndef DORNIMAGE_PRIMITIVES_RESIZE_RESIZEWINDOWS_H
+#define DORNIMAGE_PRIMITIVES_RESIZE_RESIZEWINDOWS_H
+
+// Where neighbouring samples of a destination row find their source bytes: if these lie close together, all
+// of them are in one window of the source row, and a byte shuffle deals them out.
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+namespace primitives {
+
+// Bytes that a window holds.
+constexpr std::size_t kResizeWindow = 16;
+
+// The bytes of a source row that may be read: those of the image, and beyond it those that the taps reach.
+struct RowBytes {
+    std::int64_t low;
+    std::int64_t high; // the last one
+};
+
+// Of a row from whose pixels `firstTap` to `lastTap` the taps are taken.
+inline RowBytes readableBytes(std::int64_t firstTap, std::int64_t lastTap, std::uint32_t srcSize,
+                              std::int64_t channels) {
+    return {std::min(firstTap, std::int64_t{0}) * channels,
+            std::max(lastTap + 1, std::int64_t{srcSize}) * channels - 1};
+}
+
+// What has to lie in a window, in bytes from the sample of the pixel that the index names.
+struct WindowReach {
+    std::int64_t first;  // the sample that is looked up, as `first` bytes from that sample
+    std::int64_t inside; // the last byte of the window that is looked up, from the sample at `first`
+    std::int64_t behind; // the window is read again, up to this many bytes further on
+};
+
+// Describes the window for `group` samples from `sample` on, where pixel i is at index[i]: its first byte,
+// and for each sample the number of its byte in the window. False when there is none.
+template <std::int64_t channels, std::size_t group>
+bool findWindow(const std::int32_t* index, std::size_t sample, WindowReach reach, RowBytes readable,
+                std::int32_t& start, std::uint8_t (&numbers)[group]) {
+    constexpr auto window = static_cast<std::int64_t>(kResizeWindow);
+    index += sample / channels;
+    auto channel = static_cast<std::int64_t>(sample % channels);
+    std::int64_t bytes[group];
+    std::int64_t lowest = INT64_MAX;
+    std::int64_t highest = INT64_MIN;
+    for (std::int64_t& byte : bytes) {
+        byte = *index * channels + channel + reach.first;
+        lowest = std::min(lowest, byte);
+        highest = std::max(highest, byte);
+        if (++channel == channels) {
+            channel = 0;
+            ++index;
+        }
+    }
+    const std::int64_t at = std::min(lowest, readable.high + 1 - window - reach.behind);
+    if (at < readable.low || highest + reach.inside - at >= window || at > INT32_MAX - window ||
+        at < INT32_MIN) {
+        return false;
+    }
+    start = static_cast<std::int32_t>(at);
+    for (std::size_t i = 0; i < group; ++i) {
+        numbers[i] = static_cast<std::uint8_t>(bytes[i] - at);
+    }
+    return true;
+}
+
+} // namespace primitives
+
+#endif
