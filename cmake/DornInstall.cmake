@@ -29,6 +29,7 @@ install(FILES
   "${PROJECT_BINARY_DIR}/DornImageConfig.cmake"
   "${PROJECT_BINARY_DIR}/DornImageConfigVersion.cmake"
   "${PROJECT_SOURCE_DIR}/cmake/FindFreeImage.cmake"
+  "${PROJECT_SOURCE_DIR}/cmake/FindTurboJPEG.cmake"
   DESTINATION "${_package_dir}" COMPONENT dev)
 
 # FreeImage brings no pkg-config file of its own, so its library is named outright.
@@ -37,7 +38,7 @@ if(BUILD_SHARED_LIBS)
   set(DORNIMAGE_PC_LIBS "-lDornImage -lfreeimage")
 else()
   set(DORNIMAGE_PC_CFLAGS "-DDORNIMAGE_STATIC")
-  set(DORNIMAGE_PC_LIBS "-Wl,-u,dornimage_load_time_setup -lDornImage -lfreeimage -ltiff -lstdc++ -lm -lpthread")
+  set(DORNIMAGE_PC_LIBS "-Wl,-u,dornimage_load_time_setup -lDornImage -lfreeimage -ltiff -lturbojpeg -lstdc++ -lm -lpthread")
 endif()
 file(RELATIVE_PATH DORNIMAGE_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/dornimage.pc.in" "${PROJECT_BINARY_DIR}/dornimage.pc" @ONLY)

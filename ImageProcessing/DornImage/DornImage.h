@@ -3,14 +3,18 @@
 
 // Everything that the library exports.
 
+#include "ImageProcessing/DornImage/Adapters.h"
+#include "ImageProcessing/DornImage/ExifOrientationAdapter.h"
 #include "ImageProcessing/DornImage/Formats.h"
 #include "ImageProcessing/DornImage/GrayScale.h"
 #include "ImageProcessing/DornImage/Handles.h"
 #include "ImageProcessing/DornImage/Image.h"
 #include "ImageProcessing/DornImage/ImageItem.h"
 #include "ImageProcessing/DornImage/ImageList.h"
+#include "ImageProcessing/DornImage/JpegTransform.h"
 #include "ImageProcessing/DornImage/Load.h"
 #include "ImageProcessing/DornImage/ResourceLoad.h"
+#include "ImageProcessing/DornImage/RotateImage.h"
 #include "ImageProcessing/DornImage/Smoothing.h"
 #include "ImageProcessing/DornImage/Tags.h"
 #include "ImageProcessing/DornImage/TempDirectory.h"

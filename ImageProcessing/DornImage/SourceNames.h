@@ -5,6 +5,7 @@ namespace DornImage {
 
 // The names under which the library reports; log readers and error records know these and no others.
 inline constexpr char dornImageSource[] = "ImageProcessing/DornImage/DornImage";
+inline constexpr char exifAdapterSource[] = "ImageProcessing/DornImage/ExifOrientationAdapter";
 inline constexpr char freeImageUtilsSource[] = "ImageProcessing/DornImage/FreeImageUtils";
 
 /// The line of the reporting statement. Compilers give it to a default argument by this name; the standard's

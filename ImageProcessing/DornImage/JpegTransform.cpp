@@ -1,0 +1,99 @@
+#include "ImageProcessing/DornImage/JpegTransform.h"
+
+#include "ImageProcessing/DornImage/JpegMarkers.h"
+#include "base/Disk.h"
+
+#include <cstdio>
+#include <memory>
+#include <turbojpeg.h>
+#include <vector>
+
+namespace DornImage {
+namespace {
+
+using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+File openFile(const Velmora::u8string& name, const char* mode) {
+    Velmora::pstring wide;
+    Velmora::c_u8u16(wide, name);
+    return File(dorndisk::File(wide).open(mode), std::fclose);
+}
+
+/// Empty when the file can't be read.
+std::vector<unsigned char> contentOf(const Velmora::u8string& name) {
+    std::vector<unsigned char> content;
+    const File file = openFile(name, "rb");
+    if (!file) {
+        return content;
+    }
+    constexpr std::size_t chunk = 1U << 20;
+    std::size_t size = 0;
+    do {
+        content.resize(size + chunk);
+        size += std::fread(content.data() + size, 1, chunk, file.get());
+    } while (size == content.size());
+    content.resize(std::ferror(file.get()) ? 0 : size);
+    return content;
+}
+
+bool writeFile(const Velmora::u8string& name, const unsigned char* data, std::size_t size) {
+    File file = openFile(name, "wb");
+    return file && std::fwrite(data, 1, size, file.get()) == size && std::fclose(file.release()) == 0;
+}
+
+constexpr bool is(JpegOperation operation, TJXOP turbo) {
+    return static_cast<int>(operation) == turbo;
+}
+static_assert(is(JpegOperation::flipHorizontal, TJXOP_HFLIP) &&
+                  is(JpegOperation::flipVertical, TJXOP_VFLIP) &&
+                  is(JpegOperation::transpose, TJXOP_TRANSPOSE) &&
+                  is(JpegOperation::transverse, TJXOP_TRANSVERSE) &&
+                  is(JpegOperation::rotate90, TJXOP_ROT90) && is(JpegOperation::rotate180, TJXOP_ROT180) &&
+                  is(JpegOperation::rotate270, TJXOP_ROT270),
+              "both libraries count alike");
+
+bool exchangesAxes(JpegOperation operation) {
+    return operation == JpegOperation::transpose || operation == JpegOperation::transverse ||
+           operation == JpegOperation::rotate90 || operation == JpegOperation::rotate270;
+}
+
+struct EndTransformer {
+    void operator()(void* handle) const { tjDestroy(handle); }
+};
+
+struct FreeOutput {
+    void operator()(unsigned char* output) const { tjFree(output); }
+};
+
+} // namespace
+
+bool transformJpegFile(const Velmora::u8string& source, const Velmora::u8string& target,
+                       JpegOperation operation, bool markUpright) {
+    const std::vector<unsigned char> input = contentOf(source);
+    const std::unique_ptr<void, EndTransformer> transformer(tjInitTransform());
+    if (input.empty() || !transformer) {
+        return false;
+    }
+    tjtransform transform{};
+    transform.op = static_cast<int>(operation);
+    transform.options = TJXOPT_PERFECT;
+    unsigned char* buffer = nullptr;
+    unsigned long size = 0;
+    const int status =
+        tjTransform(transformer.get(), input.data(), input.size(), 1, &buffer, &size, &transform, 0);
+    const std::unique_ptr<unsigned char, FreeOutput> output(buffer);
+    // After a warning the output is whole all the same.
+    if (status != 0 && tjGetErrorCode(transformer.get()) != TJERR_WARNING) {
+        return false;
+    }
+    JpegMarkers markers(buffer, size);
+    if (exchangesAxes(operation)) {
+        markers.exchangeResolutions();
+    }
+    if (markUpright) {
+        markers.markUpright();
+    }
+    return writeFile(target, buffer, size);
+}
+
+} // namespace DornImage

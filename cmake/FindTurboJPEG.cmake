@@ -1,0 +1,16 @@
+# Finds libturbojpeg: TurboJPEG_FOUND and the target TurboJPEG::TurboJPEG. The package's own configuration asks
+# for the files of other packages as well.
+
+find_path(TurboJPEG_INCLUDE_DIR turbojpeg.h)
+find_library(TurboJPEG_LIBRARY NAMES turbojpeg)
+
+include(FindPackageHandleStandardArgs)
+find_package_handle_standard_args(TurboJPEG REQUIRED_VARS TurboJPEG_LIBRARY TurboJPEG_INCLUDE_DIR)
+mark_as_advanced(TurboJPEG_INCLUDE_DIR TurboJPEG_LIBRARY)
+
+if(TurboJPEG_FOUND AND NOT TARGET TurboJPEG::TurboJPEG)
+  add_library(TurboJPEG::TurboJPEG UNKNOWN IMPORTED)
+  set_target_properties(TurboJPEG::TurboJPEG PROPERTIES
+    IMPORTED_LOCATION "${TurboJPEG_LIBRARY}"
+    INTERFACE_INCLUDE_DIRECTORIES "${TurboJPEG_INCLUDE_DIR}")
+endif()
