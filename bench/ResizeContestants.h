@@ -13,21 +13,16 @@
 #include <vector>
 
 #include "bench/BenchCommon.h"
+#include "bench/OtherLibraries.h"
 
 #if defined(DORN_BENCH_FREEIMAGE)
 #include <FreeImage.h>
-#endif
-#if defined(DORN_BENCH_OPENCV)
-#include <opencv2/imgproc.hpp>
 #endif
 #if defined(DORN_BENCH_SWSCALE)
 extern "C" {
 #include <libavutil/pixfmt.h>
 #include <libswscale/swscale.h>
 }
-#endif
-#if defined(DORN_BENCH_VIPS)
-#include <vips/vips.h>
 #endif
 #if defined(DORN_BENCH_ZIMG)
 #include <zimg.h>
@@ -61,13 +56,10 @@ inline void addResizeFloor(const ResizeContest& contest) {
     });
 }
 
-using ResizeRun = IppStatus (*)(const Ipp8u*, std::int32_t, Ipp8u*, std::int32_t, IppiPoint, IppiSize,
-                                std::uint32_t, const Ipp8u*, const IppiResizeSpec*, Ipp8u*);
-
 // Our resize with all that a caller with new sizes pays: sizes, plan, buffers and the run. `init` gets the
-// blocks of the plan and of its scratch.
-template <typename Init>
-void resizeWhole(const Picture& from, Picture& to, std::int32_t method, ResizeRun run, Init init) {
+// blocks of the plan and of its scratch, `run` those of the plan and of the work buffer.
+template <typename Init, typename Run>
+void resizeOnce(const Picture& from, const Picture& to, std::int32_t method, Init init, Run run) {
     std::int32_t specSize = 0;
     std::int32_t initSize = 0;
     std::int32_t bufferSize = 0;
@@ -84,14 +76,25 @@ void resizeWhole(const Picture& from, Picture& to, std::int32_t method, ResizeRu
     }
     Ipp8u* buffer = ippsMalloc_8u(bufferSize);
     if (status == ippStsNoErr) {
-        status = run(from.bytes.data(), from.step(), to.bytes.data(), to.step(), {0, 0}, to.size(),
-                     ippBorderRepl, nullptr, spec, buffer);
+        status = run(spec, buffer);
     }
     if (status != ippStsNoErr) {
         std::fputs("the resize refused its arguments\n", stderr);
     }
     ippsFree(buffer);
     ippsFree(spec);
+}
+
+using ResizeRun = IppStatus (*)(const Ipp8u*, std::int32_t, Ipp8u*, std::int32_t, IppiPoint, IppiSize,
+                                std::uint32_t, const Ipp8u*, const IppiResizeSpec*, Ipp8u*);
+
+// The same for a method with borders.
+template <typename Init>
+void resizeWhole(const Picture& from, Picture& to, std::int32_t method, ResizeRun run, Init init) {
+    resizeOnce(from, to, method, init, [&](const IppiResizeSpec* spec, Ipp8u* buffer) {
+        return run(from.bytes.data(), from.step(), to.bytes.data(), to.step(), {0, 0}, to.size(),
+                   ippBorderRepl, nullptr, spec, buffer);
+    });
 }
 
 // The picture one plane after the other.
@@ -120,12 +123,25 @@ inline void addFreeImage(const ResizeContest& contest, FREE_IMAGE_FILTER filter)
 }
 #endif
 
+#if defined(DORN_BENCH_LEPTONICA)
+// Colours in 32 bits a pixel, as it has them; only reductions.
+inline void addLeptonica(const ResizeContest& contest) {
+    if (contest.from.channels == 4) {
+        return;
+    }
+    PIX* pix = makePix(contest.from);
+    addResize(contest, "Leptonica pixScaleAreaMap", [pix, to = &contest.to] {
+        PIX* scaled = pixScaleAreaMapToSize(pix, to->width, to->height);
+        pixDestroy(&scaled);
+    });
+}
+#endif
+
 #if defined(DORN_BENCH_OPENCV)
 inline void addOpenCv(const ResizeContest& contest, const std::string& name, int interpolation) {
     addResize(contest, "OpenCV resize " + name, [from = &contest.from, to = &contest.to, interpolation] {
-        const cv::Mat source(from->height, from->width, CV_8UC(from->channels), from->bytes.data());
-        cv::Mat result(to->height, to->width, CV_8UC(to->channels), to->bytes.data());
-        cv::resize(source, result, result.size(), 0, 0, interpolation);
+        cv::Mat result = matOf(*to);
+        cv::resize(matOf(*from), result, result.size(), 0, 0, interpolation);
     });
 }
 #endif
@@ -149,11 +165,6 @@ inline void addSwscale(const ResizeContest& contest, int flags) {
 #endif
 
 #if defined(DORN_BENCH_VIPS)
-inline VipsImage* vipsImageOf(Picture& picture) {
-    return vips_image_new_from_memory(picture.bytes.data(), picture.bytes.size(), picture.width,
-                                      picture.height, picture.channels, VIPS_FORMAT_UCHAR);
-}
-
 inline void addVips(const ResizeContest& contest, VipsKernel kernel) {
     addResize(contest, "libvips resize", [kernel, from = &contest.from, to = &contest.to] {
         VipsImage* source = vipsImageOf(*from);
@@ -220,21 +231,6 @@ inline void addZimg(const ResizeContest& contest, zimg_resample_filter_e filter)
     });
 }
 #endif
-
-// Lets the libraries above use one thread and no cache of results.
-inline bool startResizeContestants([[maybe_unused]] const char* program) {
-#if defined(DORN_BENCH_VIPS)
-    if (VIPS_INIT(program) != 0) {
-        return false;
-    }
-    vips_concurrency_set(1);
-    vips_cache_set_max(0);
-#endif
-#if defined(DORN_BENCH_OPENCV)
-    cv::setNumThreads(1);
-#endif
-    return true;
-}
 
 } // namespace bench
 

@@ -58,7 +58,7 @@ void addContests(bench::Picture& from, bench::Picture& to) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (!bench::startResizeContestants(argv[0])) {
+    if (bench::startOtherLibraries(argv[0]) != 0) {
         return 1;
     }
     std::list<bench::Picture> pictures;

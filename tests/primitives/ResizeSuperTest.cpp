@@ -179,6 +179,22 @@ TEST_P(ResizeSuper, GivesTheReferencesPixelsAtAwkwardRatios) {
     }
 }
 
+TEST_P(ResizeSuper, GivesTheReferencesPixelsAtWholeRatios) {
+    std::mt19937 random(77);
+    constexpr int channels[] = {1, 3, 4};
+    constexpr int counts[] = {1, 2, 2, 3, 4, 4, 7, 8, 12, 16};
+    for (int i = 0; i < rounds(150) && !HasFatalFailure(); ++i) {
+        const auto below = [&](unsigned limit) { return static_cast<int>(random() % limit); };
+        const IppiSize dst{1 + below(i % 8 == 0 ? 400 : 140), 1 + below(3)};
+        const IppiSize src{dst.width * counts[below(10)],
+                           dst.height * (i % 10 == 0 ? 130 : counts[below(10)])};
+        const auto padding = static_cast<std::size_t>(below(8));
+        expectReference(random,
+                        {src, dst, channels[below(3)], 1, {0, 0}, dst, padding, padding, 1, i % 2 == 0},
+                        isFused());
+    }
+}
+
 TEST_P(ResizeSuper, KeepsFlatImages) {
     for (const IppiSize dst : {IppiSize{400, 1}, {399, 97}, {287, 60}, {133, 33}, {3, 100}, {1, 1}}) {
         for (const int value : {1, 128, 255}) {
