@@ -1,18 +1,32 @@
 #ifndef DORNIMAGE_PLATFORM_GDI_H
 #define DORNIMAGE_PLATFORM_GDI_H
 
-/// Handles of the desktop system's drawing layer, under the system's own names. Elsewhere they are opaque
-/// pointers of distinct types.
+#include "platform/Types.h"
 
-#ifdef _WIN32
-#include <windows.h>
-#else
+/// Handles of the desktop system's drawing layer, under the system's own names. Elsewhere they are opaque
+/// pointers of distinct types. The calls that take them are in platform/GdiCalls.h.
+
+#ifndef _WIN32
+
 struct HBITMAP__;
 struct HDC__;
 struct HPALETTE__;
+struct HWND__;
 using HBITMAP = HBITMAP__*;
 using HDC = HDC__*;
 using HPALETTE = HPALETTE__*;
+using HWND = HWND__*;
+/// Any of HBITMAP and HPALETTE.
+using HGDIOBJ = void*;
+
+/// A rectangle; right and bottom are the first column and line outside.
+struct RECT {
+    LONG left;
+    LONG top;
+    LONG right;
+    LONG bottom;
+};
+
 #endif
 
 #endif

@@ -16,7 +16,6 @@
 typedef struct HINSTANCE__* HINSTANCE;
 /* A found resource; never dereferenced, and never given out twice. */
 typedef struct HRSRC__* HRSRC;
-typedef void* HGLOBAL;
 
 /* The resource of that type and name; null if there is none. */
 DORNIMAGE_API HRSRC FindResourceW(HINSTANCE module, const wchar_t* name, const wchar_t* type);

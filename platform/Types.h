@@ -10,6 +10,7 @@
 
 #else
 
+#include <cstddef>
 #include <cstdint>
 
 typedef int32_t BOOL;
@@ -19,6 +20,10 @@ typedef uint32_t DWORD;
 typedef int32_t LONG;
 typedef uint32_t ULONG;
 typedef int32_t HRESULT;
+typedef uint32_t UINT;
+typedef std::size_t SIZE_T;
+typedef void* HANDLE;
+typedef void* HGLOBAL;
 
 #ifndef FALSE
 #define FALSE 0
