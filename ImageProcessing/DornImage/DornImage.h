@@ -4,6 +4,7 @@
 // Everything that the library exports.
 
 #include "ImageProcessing/DornImage/Adapters.h"
+#include "ImageProcessing/DornImage/Dib.h"
 #include "ImageProcessing/DornImage/ExifOrientationAdapter.h"
 #include "ImageProcessing/DornImage/Formats.h"
 #include "ImageProcessing/DornImage/GrayScale.h"
@@ -13,6 +14,7 @@
 #include "ImageProcessing/DornImage/ImageList.h"
 #include "ImageProcessing/DornImage/JpegTransform.h"
 #include "ImageProcessing/DornImage/Load.h"
+#include "ImageProcessing/DornImage/RawPixels.h"
 #include "ImageProcessing/DornImage/ResourceLoad.h"
 #include "ImageProcessing/DornImage/RotateImage.h"
 #include "ImageProcessing/DornImage/Smoothing.h"
@@ -28,9 +30,12 @@
 #include "base/ThreadMutex.h"
 #include "base/Velmora.h"
 #include "base/VelmoraException.h"
+#include "platform/BitmapRecords.h"
 #include "platform/FileOperations.h"
 #include "platform/FileStream.h"
 #include "platform/Gdi.h"
+#include "platform/GdiCalls.h"
+#include "platform/GlobalMemory.h"
 #include "platform/MemoryStream.h"
 #include "platform/Resources.h"
 #include "platform/Stream.h"
