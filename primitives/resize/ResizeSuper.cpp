@@ -149,8 +149,9 @@ float superFactor(const IppiResizeSpec& plan) {
     return part(plan.axisX) * part(plan.axisY);
 }
 
-// Makes a tile in blocks of pixels whose sums stay in the nearest cache, and live here, so that they need no
-// room in the work buffer. With one channel each block has several rows, along which the kernels sum at once.
+// Makes a tile in blocks of some rows and so many pixels that their sums stay in the nearest cache. The sums
+// live here, so that they need no room in the work buffer. With one channel, kernels sum along the rows of a
+// block at once.
 template <int variant, std::size_t channels>
 class SuperRun {
 public:
@@ -158,7 +159,9 @@ public:
         : call_(call), width_(static_cast<std::size_t>(clippedTileSize(call).width)),
           height_(static_cast<std::size_t>(clippedTileSize(call).height)),
           x_(call.plan->axisX, call.dstOffset.x), y_(call.plan->axisY, call.dstOffset.y),
-          factor_(superFactor(*call.plan)), starts_(ResizeBuffer(call.buffer).take<std::int32_t>(width_)) {
+          factor_(superFactor(*call.plan)),
+          isWholeY_(call.plan->axisY.dstReduced == 1 && y_.entries() <= kSuperWholeRows),
+          starts_(ResizeBuffer(call.buffer).take<std::int32_t>(width_)) {
         x_.storeStarts(width_, starts_);
     }
 
@@ -168,11 +171,7 @@ public:
             return;
         }
         for (std::size_t row = 0; row < height_; row += kGroup) {
-            group_ = std::min(kGroup, height_ - row);
-            for (std::size_t i = 0; i < group_; ++i) {
-                rows_[i] = rowsBelow(row + i);
-                to_[i] = dstRow(row + i);
-            }
+            takeRows(row);
             for (std::size_t pixel = 0; pixel < width_;) {
                 pixel += makeBlock(pixel);
             }
@@ -182,13 +181,16 @@ public:
 private:
     using Kernels = SuperKernels<variant>;
 
-    static constexpr std::size_t kGroup = channels == 1 ? superLanes(variant) : 1;
+    // Rows of a block.
+    static constexpr std::size_t kGroup = channels == 1 ? superLanes(variant) : 4;
     // Sums of a block, and those in each of its rows. Zeros stand behind them: entries without weight lie
     // there, and kernels go on to the next multiple of four.
     static constexpr std::size_t kSums = 4096;
     static constexpr std::size_t kRowSums = kSums / kGroup;
     static constexpr std::size_t kZeros = channels == 1 ? 8 : 16;
     static constexpr std::size_t kMostColumns = (kRowSums - kZeros) / channels;
+    // Elements that sumColumns gives for a pixel at most.
+    static constexpr std::size_t kMostElements = 8;
 
     const Ipp8u* srcRow(std::int64_t row) const {
         return call_.src + static_cast<std::ptrdiff_t>(row) * call_.srcStep;
@@ -203,8 +205,22 @@ private:
         }
     }
 
+    void takeRows(std::size_t row) {
+        group_ = std::min(kGroup, height_ - row);
+        const Ipp8u* last = nullptr;
+        for (std::size_t i = 0; i < group_; ++i) {
+            rows_[i] = rowsBelow(row + i);
+            rows_[i].sharesFirst = rows_[i].from == last;
+            last = rows_[i].from + static_cast<std::ptrdiff_t>(rows_[i].count - 1) * rows_[i].step;
+            to_[i] = dstRow(row + i);
+        }
+    }
+
     // The source rows below a row. Those of weight 0 need not exist.
     SuperRows rowsBelow(std::size_t row) const {
+        if (isWholeY_) {
+            return {srcRow(y_.start(row)), call_.srcStep, nullptr, y_.entries(), false};
+        }
         const float* weights = y_.weights(row);
         std::size_t count = y_.usedEntries(row);
         std::int64_t first = y_.start(row);
@@ -212,7 +228,7 @@ private:
             ++weights;
             ++first;
         }
-        return {srcRow(first), call_.srcStep, weights, count};
+        return {srcRow(first), call_.srcStep, weights, count, false};
     }
 
     // Makes pixels from `pixel` on in all rows of the group, as many as fit a block; gives their number.
@@ -235,14 +251,15 @@ private:
         const std::size_t last = columns.pixels - 1;
         const auto distance = static_cast<std::size_t>(columns.starts[last] - columns.origin);
         sumRows(columns.origin, distance + x_.usedEntries(pixel + last));
-        Kernels::sumColumns(columns, channels, sums_, results_);
         if constexpr (channels == 1) {
-            Kernels::deinterleave(results_, columns.pixels, sums_, kRowSums);
-            for (std::size_t i = 0; i < group_; ++i) {
-                Kernels::finish(sums_ + i * kRowSums, columns.pixels, factor_, to_[i] + pixel);
-            }
+            Kernels::sumColumns(columns, channels, results_, sums_);
+            Kernels::finish(sums_, columns.pixels * kGroup, factor_, bytes_);
+            Kernels::deal(bytes_, columns.pixels, to_, group_, pixel);
         } else {
-            Kernels::finish(results_, columns.pixels * channels, factor_, to_[0] + pixel * channels);
+            for (std::size_t i = 0; i < group_; ++i) {
+                Kernels::sumColumns(columns, channels, sums_ + i * kRowSums, results_);
+                Kernels::finish(results_, columns.pixels * channels, factor_, to_[i] + pixel * channels);
+            }
         }
         return columns.pixels;
     }
@@ -258,34 +275,43 @@ private:
 
     // A pixel that covers more columns than a block holds.
     void makeWidePixel(SuperColumns columns, std::size_t pixel) {
-        float totals[2 * kSuperMargin] = {};
+        float totals[kGroup * kMostElements + kSuperMargin] = {};
         const std::size_t all = columns.count;
         for (std::size_t done = 0; done < all; done += columns.count) {
             columns.count = std::min(all - done, kMostColumns);
             columns.continues = done > 0;
             sumRows(columns.origin + static_cast<std::int64_t>(done), columns.count);
-            Kernels::sumColumns(columns, channels, sums_, totals);
+            if constexpr (channels == 1) {
+                Kernels::sumColumns(columns, channels, results_, totals);
+            } else {
+                for (std::size_t i = 0; i < group_; ++i) {
+                    Kernels::sumColumns(columns, channels, sums_ + i * kRowSums, totals + i * kMostElements);
+                }
+            }
             columns.weights += columns.count;
         }
-        Ipp8u samples[kGroup * channels];
-        Kernels::finish(totals, kGroup * channels, factor_, samples);
+        Ipp8u samples[kGroup * kMostElements];
+        Kernels::finish(totals, sizeof samples, factor_, samples);
+        constexpr std::size_t distance = channels == 1 ? 1 : kMostElements;
         for (std::size_t i = 0; i < group_; ++i) {
-            std::memcpy(to_[i] + pixel * channels, samples + i * channels, channels);
+            std::memcpy(to_[i] + pixel * channels, samples + i * distance, channels);
         }
     }
 
-    // Sums down source columns, for all rows of the group.
+    // Sums down source columns, for all rows of the group; with one channel the rows come interleaved.
     void sumRows(std::int64_t column, std::size_t columns) {
         const std::size_t samples = columns * channels;
-        float* const to = channels == 1 ? results_ : sums_;
+        SuperRows rows[kGroup];
         for (std::size_t i = 0; i < group_; ++i) {
-            SuperRows rows = rows_[i];
-            rows.from += static_cast<std::ptrdiff_t>(column) * std::ptrdiff_t{channels};
-            Kernels::sumRows(rows, samples, to + i * kRowSums);
-            std::fill_n(to + i * kRowSums + samples, kZeros, 0.0F);
+            rows[i] = rows_[i];
+            rows[i].from += static_cast<std::ptrdiff_t>(column) * std::ptrdiff_t{channels};
+        }
+        Kernels::sumRows(rows, group_, samples, sums_, kRowSums);
+        for (std::size_t i = 0; i < group_; ++i) {
+            std::fill_n(sums_ + i * kRowSums + samples, kZeros, 0.0F);
         }
         if constexpr (channels == 1) {
-            Kernels::interleave(results_, kRowSums, samples + kZeros - 4, sums_);
+            Kernels::interleave(sums_, kRowSums, samples + kZeros - 4, results_);
         }
     }
 
@@ -295,12 +321,14 @@ private:
     SuperAxis x_;
     SuperAxis y_;
     float factor_;
+    bool isWholeY_; // source rows have the weight 1, and not too many of them lie below a row
     std::int32_t* starts_;
     std::size_t group_ = 0; // rows that are being made
     SuperRows rows_[kGroup] = {};
     Ipp8u* to_[kGroup] = {};
     alignas(64) float sums_[kSums + kSuperMargin] = {};
-    alignas(64) float results_[kSums + kSuperMargin] = {};
+    alignas(64) float results_[(channels == 1 ? kSums : kRowSums) + kSuperMargin] = {};
+    alignas(64) Ipp8u bytes_[channels == 1 ? kSums + 16 * kGroup : 1] = {};
 };
 
 // Makes a tile at whole ratios, where all weights are 1 and sums are integers. They are exact in single
@@ -316,11 +344,11 @@ public:
     static bool takes(const IppiResizeSpec& plan) {
         const IppiResizeAxis& x = plan.axisX;
         const IppiResizeAxis& y = plan.axisY;
-        if (x.dstReduced != 1 || y.dstReduced != 1 || y.srcReduced > kMostRows) {
+        if (x.dstReduced != 1 || y.dstReduced != 1 || y.srcReduced > kSuperWholeRows) {
             return false;
         }
         const std::size_t pixels = std::size_t{x.srcReduced} * y.srcReduced;
-        return channels == 1 ? isWholeCount(x.srcReduced) && pixels <= 2 * kMostRows
+        return channels == 1 ? isWholeCount(x.srcReduced) && pixels <= 2 * kSuperWholeRows
                              : x.srcReduced <= kMostColumns && pixels <= kMostPixels;
     }
 
@@ -331,7 +359,7 @@ public:
         const bool isAtOnce = superForm(channels, countX_) != 0 && countX_ * countY_ <= 256 &&
                               width > superFormPixels(variant, channels);
         for (std::int32_t row = 0; row < size.height; ++row) {
-            const SuperRows rows{call_.src + row * srcStep, call_.srcStep, nullptr, countY_};
+            const SuperRows rows{call_.src + row * srcStep, call_.srcStep, nullptr, countY_, false};
             Ipp8u* const to = call_.dst + std::ptrdiff_t{row} * call_.dstStep;
             if (isAtOnce) {
                 Kernels::makeWholeRow(rows, {width, countX_}, channels, factor_, to);
@@ -346,8 +374,7 @@ private:
 
     static constexpr std::size_t kSums = 4096;
     static constexpr std::size_t kMostColumns = kSums / channels;
-    // Sums of this many rows fit 16 bits with their sign, sums of this many pixels are exact in a float.
-    static constexpr std::size_t kMostRows = 0x7FFF / 255;
+    // Sums of this many pixels are exact in a float.
     static constexpr std::size_t kMostPixels = (1 << 24) / 255;
 
     void makeRow(SuperRows rows, std::size_t width, Ipp8u* to) {

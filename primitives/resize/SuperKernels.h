@@ -21,12 +21,16 @@ constexpr size_t superLanes(int variant) {
 // Elements behind rows of sums that kernels may read, and overwrite in those that they write.
 constexpr size_t kSuperMargin = 64;
 
+// The most rows of bytes whose sums fit 16 bits with their sign.
+constexpr size_t kSuperWholeRows = 0x7FFF / 255;
+
 // The source rows below one destination row, and their weights.
 struct SuperRows {
     const uint8_t* from;
     ptrdiff_t step;
-    const float* weights;
-    size_t count; // at least 1
+    const float* weights; // null when all are 1 and 16 bits hold their sums, as for kSuperWholeRows of them
+    size_t count;         // at least 1
+    bool sharesFirst;     // the first is the last one below the destination row above
 };
 
 // The source columns below consecutive destination pixels, and their weights.
@@ -70,13 +74,15 @@ constexpr size_t kSuperWholeMargin = 512;
 
 template <int variant>
 struct SuperKernels {
-    // Sums `samples` columns of samples.
-    static void sumRows(const SuperRows& rows, size_t samples, float* to);
+    // Sums `samples` columns of samples for `rowCount` destination rows, whose sums lie `step` elements
+    // apart.
+    static void sumRows(const SuperRows* rows, size_t rowCount, size_t samples, float* to, size_t step);
     // Brings element i of row k, for superLanes(variant) rows with a distance of `step` elements, to element
     // superLanes(variant) * i + k.
     static void interleave(const float* rows, size_t step, size_t count, float* to);
-    // The other way.
-    static void deinterleave(const float* from, size_t count, float* rows, size_t step);
+    // The other way for bytes, which come to `at` in each of the first `rowCount` rows. May read fifteen
+    // pixels more.
+    static void deal(const uint8_t* from, size_t pixels, uint8_t* const* rows, size_t rowCount, size_t at);
     // Sums along rows of `channels` samples a pixel, superLanes(variant) interleaved rows for 1.
     static void sumColumns(const SuperColumns& columns, size_t channels, const float* sums, float* to);
     // Sums to pixels: times `factor`, rounded to the nearest.

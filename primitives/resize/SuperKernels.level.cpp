@@ -8,26 +8,39 @@ using namespace simd;
 
 // ---------------------------------------------------------------- down the columns
 
+// Columns of samples for all destination rows, from the upper to the lower: where two of them share a source
+// row it is converted once.
 template <size_t count>
-DORN_INLINE void sumRowsAt(const SuperRows& rows, size_t at, float* to) {
-    const uint8_t* from = rows.from + at;
+DORN_INLINE void sumRowsAt(const SuperRows* rows, size_t rowCount, size_t at, float* to, size_t step) {
+    VecF32 samples[count] = {};
     VecF32 sums[count];
-    const VecF32 first = splat<VecF32>(rows.weights[0]);
+    for (size_t i = 0; i < rowCount; ++i, to += step) {
+        const SuperRows below = rows[i];
+        const uint8_t* from = below.from + at;
+        const VecF32 first = splat<VecF32>(below.weights[0]);
+        if (!below.sharesFirst) {
 #pragma GCC unroll 8
-    for (size_t i = 0; i < count; ++i) {
-        sums[i] = loadPromote<VecF32>(from + i * VecF32::lanes) * first;
-    }
-    for (size_t row = 1; row < rows.count; ++row) {
-        from += rows.step;
-        const VecF32 weight = splat<VecF32>(rows.weights[row]);
-#pragma GCC unroll 8
-        for (size_t i = 0; i < count; ++i) {
-            sums[i] = mulAdd(loadPromote<VecF32>(from + i * VecF32::lanes), weight, sums[i]);
+            for (size_t k = 0; k < count; ++k) {
+                samples[k] = loadPromote<VecF32>(from + k * VecF32::lanes);
+            }
         }
-    }
 #pragma GCC unroll 8
-    for (size_t i = 0; i < count; ++i) {
-        store(to + at + i * VecF32::lanes, sums[i]);
+        for (size_t k = 0; k < count; ++k) {
+            sums[k] = samples[k] * first;
+        }
+        for (size_t row = 1; row < below.count; ++row) {
+            from += below.step;
+            const VecF32 weight = splat<VecF32>(below.weights[row]);
+#pragma GCC unroll 8
+            for (size_t k = 0; k < count; ++k) {
+                samples[k] = loadPromote<VecF32>(from + k * VecF32::lanes);
+                sums[k] = mulAdd(samples[k], weight, sums[k]);
+            }
+        }
+#pragma GCC unroll 8
+        for (size_t k = 0; k < count; ++k) {
+            store(to + at + k * VecF32::lanes, sums[k]);
+        }
     }
 }
 
@@ -38,6 +51,66 @@ DORN_INLINE void sumFewSamples(const SuperRows& rows, size_t samples, float* to)
         sums = mulAdd(loadPromoteN<VecF32>(from, samples), splat<VecF32>(rows.weights[row]), sums);
     }
     storeN(to, sums, samples);
+}
+
+template <size_t count>
+DORN_INLINE void sumWholeRowsAt(const SuperRows& rows, size_t at, int16_t* to) {
+    constexpr size_t lanes = VecI16::lanes;
+    const uint8_t* from = rows.from + at;
+    VecI16 sums[count];
+#pragma GCC unroll 8
+    for (size_t i = 0; i < count; ++i) {
+        sums[i] = loadPromote<VecI16>(from + i * lanes);
+    }
+    for (size_t row = 1; row < rows.count; ++row) {
+        from += rows.step;
+#pragma GCC unroll 8
+        for (size_t i = 0; i < count; ++i) {
+            sums[i] += loadPromote<VecI16>(from + i * lanes);
+        }
+    }
+#pragma GCC unroll 8
+    for (size_t i = 0; i < count; ++i) {
+        store(to + at + i * lanes, sums[i]);
+    }
+}
+
+// The same in floats, for one destination row.
+template <size_t count>
+DORN_INLINE void sumWholeRowsAt(const SuperRows& rows, size_t at, float* to) {
+    SuperRows moved = rows;
+    moved.from += at;
+    int16_t sums[count * VecI16::lanes];
+    sumWholeRowsAt<count>(moved, 0, sums);
+#pragma GCC unroll 8
+    for (size_t i = 0; i < count * VecI16::lanes; i += VecF32::lanes) {
+        store(to + at + i, loadPromote<VecF32>(sums + i));
+    }
+}
+
+// Columns of whole sums, in vectors of 16-bit lanes; the last ones may be summed twice.
+template <typename Sum>
+DORN_INLINE void sumWholeRowsTo(const SuperRows& rows, size_t samples, Sum* to) {
+    constexpr size_t lanes = VecI16::lanes;
+    constexpr size_t wide = 4;
+    size_t at = 0;
+    for (; samples - at >= wide * lanes; at += wide * lanes) {
+        sumWholeRowsAt<wide>(rows, at, to);
+    }
+    if (at < samples && samples >= wide * lanes) {
+        sumWholeRowsAt<wide>(rows, samples - wide * lanes, to);
+        return;
+    }
+    for (; samples - at >= lanes; at += lanes) {
+        sumWholeRowsAt<1>(rows, at, to);
+    }
+    for (; at < samples; ++at) {
+        int sum = 0;
+        for (size_t row = 0; row < rows.count; ++row) {
+            sum += rows.from[static_cast<ptrdiff_t>(row) * rows.step + static_cast<ptrdiff_t>(at)];
+        }
+        to[at] = static_cast<Sum>(sum);
+    }
 }
 
 // ---------------------------------------------------------------- along the rows
@@ -103,65 +176,74 @@ DORN_INLINE void storePixels(float* to, Pixels v) {
     }
 }
 
-// Pixels with `step` elements each, of which four are summed.
-template <size_t step>
-DORN_INLINE void sumPixels(const SuperColumns& columns, const float* sums, float* to) {
+// Calls sum<count>() with the number of columns, 0 if it isn't one of the usual ones.
+template <typename Sum>
+DORN_INLINE void withCount(size_t count, Sum sum) {
+    switch (count) {
+    case 2:
+        sum.template operator()<2>();
+        break;
+    case 3:
+        sum.template operator()<3>();
+        break;
+    case 4:
+        sum.template operator()<4>();
+        break;
+    case 5:
+        sum.template operator()<5>();
+        break;
+    case 6:
+        sum.template operator()<6>();
+        break;
+    default:
+        sum.template operator()<0>();
+        break;
+    }
+}
+
+// Pixels with `step` elements each, of which four are summed. `columns` is a copy, which no store can change.
+template <size_t step, size_t fixedCount>
+DORN_INLINE void sumPixels(SuperColumns columns, const float* sums, float* to) {
+    const size_t count = fixedCount != 0 ? fixedCount : columns.count;
     const float* next = columns.weights;
     for (size_t pixel = 0; pixel < columns.pixels; pixel += kPixels) {
         const float* weights[kPixels];
         int32_t offsets[kPixels];
+#pragma GCC unroll 2
         for (size_t i = 0; i < kPixels; ++i) {
             const size_t at = pixel + i < columns.pixels ? pixel + i : pixel;
             weights[i] = takeWeights(columns, next);
             offsets[i] = (columns.starts[at] - columns.origin) * static_cast<int32_t>(step * sizeof(float));
         }
         Pixels sum = columns.continues ? load<Pixels>(to) : zero<Pixels>();
-        const float* from = sums;
-        for (size_t entry = 0; entry < columns.count; ++entry, from += step) {
-            sum = mulAdd(loadFloatBlocks<Pixels>(from, offsets), splatWeights(weights, entry), sum);
+#pragma GCC unroll 6
+        for (size_t entry = 0; entry < count; ++entry) {
+            sum = mulAdd(loadFloatBlocks<Pixels>(sums + entry * step, offsets), splatWeights(weights, entry),
+                         sum);
         }
         storePixels<step>(to, sum);
         to += step * kPixels;
     }
 }
 
-DORN_INLINE void sumInterleaved(const SuperColumns& columns, const float* sums, float* to) {
+template <size_t fixedCount>
+DORN_INLINE void sumInterleaved(SuperColumns columns, const float* sums, float* to) {
     constexpr size_t lanes = Pixels::lanes;
+    const size_t count = fixedCount != 0 ? fixedCount : columns.count;
     const float* next = columns.weights;
     for (size_t pixel = 0; pixel < columns.pixels; ++pixel, to += lanes) {
-        const float* from = sums + static_cast<size_t>(columns.starts[pixel] - columns.origin) * lanes;
+        const float* const from = sums + static_cast<size_t>(columns.starts[pixel] - columns.origin) * lanes;
         const float* const weights = takeWeights(columns, next);
         Pixels sum = columns.continues ? load<Pixels>(to) : zero<Pixels>();
-        for (size_t entry = 0; entry < columns.count; ++entry, from += lanes) {
-            sum = mulAdd(load<Pixels>(from), splat<Pixels>(weights[entry]), sum);
+#pragma GCC unroll 6
+        for (size_t entry = 0; entry < count; ++entry) {
+            sum = mulAdd(load<Pixels>(from + entry * lanes), splat<Pixels>(weights[entry]), sum);
         }
         store(to, sum);
     }
 }
 
 // ---------------------------------------------------------------- whole ratios
-
-template <size_t count>
-DORN_INLINE void sumWholeRowsAt(const SuperRows& rows, size_t at, int16_t* to) {
-    constexpr size_t lanes = VecI16::lanes;
-    const uint8_t* from = rows.from + at;
-    VecI16 sums[count];
-#pragma GCC unroll 8
-    for (size_t i = 0; i < count; ++i) {
-        sums[i] = loadPromote<VecI16>(from + i * lanes);
-    }
-    for (size_t row = 1; row < rows.count; ++row) {
-        from += rows.step;
-#pragma GCC unroll 8
-        for (size_t i = 0; i < count; ++i) {
-            sums[i] += loadPromote<VecI16>(from + i * lanes);
-        }
-    }
-#pragma GCC unroll 8
-    for (size_t i = 0; i < count; ++i) {
-        store(to + at + i * lanes, sums[i]);
-    }
-}
 
 // The sums of `count` neighbours each.
 template <size_t count>
@@ -422,26 +504,35 @@ namespace primitives {
 using namespace DORN_LEVEL_NAMESPACE;
 
 template <>
-void SuperKernels<kVariant>::sumRows(const SuperRows& rows, size_t samples, float* to) {
+void SuperKernels<kVariant>::sumRows(const SuperRows* rows, size_t rowCount, size_t samples, float* to,
+                                     size_t step) {
     constexpr size_t lanes = VecF32::lanes;
-    constexpr size_t wide = 8;
+    constexpr size_t wide = 6;
+    if (!rows[0].weights) {
+        for (size_t i = 0; i < rowCount; ++i) {
+            sumWholeRowsTo(rows[i], samples, to + i * step);
+        }
+        return;
+    }
     if (samples < lanes) {
-        sumFewSamples(rows, samples, to);
+        for (size_t i = 0; i < rowCount; ++i) {
+            sumFewSamples(rows[i], samples, to + i * step);
+        }
         return;
     }
     size_t at = 0;
     for (; samples - at >= wide * lanes; at += wide * lanes) {
-        sumRowsAt<wide>(rows, at, to);
+        sumRowsAt<wide>(rows, rowCount, at, to, step);
     }
     if (at < samples && samples >= wide * lanes) {
-        sumRowsAt<wide>(rows, samples - wide * lanes, to);
+        sumRowsAt<wide>(rows, rowCount, samples - wide * lanes, to, step);
         return;
     }
     for (; samples - at >= lanes; at += lanes) {
-        sumRowsAt<1>(rows, at, to);
+        sumRowsAt<1>(rows, rowCount, at, to, step);
     }
     if (at < samples) {
-        sumRowsAt<1>(rows, samples - lanes, to);
+        sumRowsAt<1>(rows, rowCount, samples - lanes, to, step);
     }
 }
 
@@ -451,10 +542,12 @@ void SuperKernels<kVariant>::interleave(const float* rows, size_t step, size_t c
     const int32_t offsets[2] = {0, far};
     for (size_t at = 0; at < count; at += 4, to += 4 * Pixels::lanes) {
         Pixels v[4];
+#pragma GCC unroll 4
         for (size_t i = 0; i < 4; ++i) {
             v[i] = loadFloatBlocks<Pixels>(rows + i * step + at, offsets);
         }
         transposeBlocks(v);
+#pragma GCC unroll 4
         for (size_t i = 0; i < 4; ++i) {
             store(to + i * Pixels::lanes, v[i]);
         }
@@ -462,16 +555,42 @@ void SuperKernels<kVariant>::interleave(const float* rows, size_t step, size_t c
 }
 
 template <>
-void SuperKernels<kVariant>::deinterleave(const float* from, size_t count, float* rows, size_t step) {
-    for (size_t at = 0; at < count; at += 4, from += 4 * Pixels::lanes) {
-        for (size_t row = 0; row < Pixels::lanes; row += 4) {
-            Vec<float, 4> v[4];
-            for (size_t i = 0; i < 4; ++i) {
-                v[i] = load<Vec<float, 4>>(from + i * Pixels::lanes + row);
+void SuperKernels<kVariant>::deal(const uint8_t* from, size_t pixels, uint8_t* const* rows, size_t rowCount,
+                                  size_t at) {
+    // The bytes of sixteen pixels, all in one. Each step interleaves the first half with the second, which
+    // brings the highest bit of a byte's number to the lowest place: after four steps the number of the pixel
+    // stands behind that of the row.
+    constexpr size_t count = Pixels::lanes;
+    using Bytes = Vec<uint8_t, 16>;
+    for (size_t end = at + pixels; at < end; at += 16, from += 16 * count) {
+        Bytes v[count];
+#pragma GCC unroll 8
+        for (size_t i = 0; i < count; ++i) {
+            v[i] = load<Bytes>(from + 16 * i);
+        }
+#pragma GCC unroll 4
+        for (int step = 0; step < 4; ++step) {
+            Bytes next[count];
+#pragma GCC unroll 4
+            for (size_t i = 0; i < count / 2; ++i) {
+                next[2 * i] = interleaveLower(v[i], v[i + count / 2]);
+                next[2 * i + 1] = interleaveUpper(v[i], v[i + count / 2]);
             }
-            transposeBlocks(v);
-            for (size_t i = 0; i < 4; ++i) {
-                store(rows + (row + i) * step + at, v[i]);
+#pragma GCC unroll 8
+            for (size_t i = 0; i < count; ++i) {
+                v[i] = next[i];
+            }
+        }
+        const size_t left = end - at;
+#pragma GCC unroll 8
+        for (size_t i = 0; i < count; ++i) {
+            if (i >= rowCount) {
+                break;
+            }
+            if (left >= 16) {
+                store(rows[i] + at, v[i]);
+            } else {
+                storeN(rows[i] + at, v[i], left);
             }
         }
     }
@@ -480,17 +599,16 @@ void SuperKernels<kVariant>::deinterleave(const float* from, size_t count, float
 template <>
 void SuperKernels<kVariant>::sumColumns(const SuperColumns& columns, size_t channels, const float* sums,
                                         float* to) {
-    switch (channels) {
-    case 1:
-        sumInterleaved(columns, sums, to);
-        break;
-    case 3:
-        sumPixels<3>(columns, sums, to);
-        break;
-    default:
-        sumPixels<4>(columns, sums, to);
-        break;
-    }
+    withCount(
+        columns.count, [&]<size_t count>() __attribute__((always_inline)) {
+            if (channels == 1) {
+                sumInterleaved<count>(columns, sums, to);
+            } else if (channels == 3) {
+                sumPixels<3, count>(columns, sums, to);
+            } else {
+                sumPixels<4, count>(columns, sums, to);
+            }
+        });
 }
 
 template <>
@@ -510,27 +628,7 @@ void SuperKernels<kVariant>::finish(const float* sums, size_t samples, float fac
 
 template <>
 void SuperKernels<kVariant>::sumWholeRows(const SuperRows& rows, size_t samples, int16_t* to) {
-    constexpr size_t lanes = VecI16::lanes;
-    constexpr size_t wide = 4;
-    size_t at = 0;
-    for (; samples - at >= wide * lanes; at += wide * lanes) {
-        sumWholeRowsAt<wide>(rows, at, to);
-    }
-    if (at < samples && samples >= wide * lanes) {
-        sumWholeRowsAt<wide>(rows, samples - wide * lanes, to);
-        return;
-    }
-    for (; samples - at >= lanes; at += lanes) {
-        sumWholeRowsAt<1>(rows, at, to);
-    }
-    if (const size_t rest = samples - at; rest > 0) {
-        VecI16 sums = zero<VecI16>();
-        const uint8_t* from = rows.from + at;
-        for (size_t row = 0; row < rows.count; ++row, from += rows.step) {
-            sums += loadPromoteN<VecI16>(from, rest);
-        }
-        storeN(to + at, sums, rest);
-    }
+    sumWholeRowsTo(rows, samples, to);
 }
 
 template <>
