@@ -6,6 +6,7 @@
 #include "ImageProcessing/DornImage/Adapters.h"
 #include "ImageProcessing/DornImage/Dib.h"
 #include "ImageProcessing/DornImage/ExifOrientationAdapter.h"
+#include "ImageProcessing/DornImage/FastView.h"
 #include "ImageProcessing/DornImage/Formats.h"
 #include "ImageProcessing/DornImage/GrayScale.h"
 #include "ImageProcessing/DornImage/Handles.h"
