@@ -3,17 +3,13 @@
 #include "ImageProcessing/DornImage/Rotation.h"
 
 #include <cstdint>
-#include <memory>
 
 #include "ImageProcessing/DornImage/NewImage.h"
-#include "primitives/primitives.h"
+#include "ImageProcessing/DornImage/PrimitiveBlock.h"
 
 namespace {
 
-struct FreeBlock {
-    void operator()(Ipp8u* block) const { ippsFree(block); }
-};
-using Block = std::unique_ptr<Ipp8u, FreeBlock>;
+using DornImage::PrimitiveBlock;
 
 // The warp of a whole bitmap onto one of the same size.
 class RotationWarp {
@@ -67,8 +63,8 @@ private:
     double angle_;
     double xCenter_;
     double yCenter_;
-    Block spec_;
-    Block buffer_;
+    PrimitiveBlock spec_;
+    PrimitiveBlock buffer_;
 };
 
 } // namespace

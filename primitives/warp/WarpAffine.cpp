@@ -317,7 +317,7 @@ struct WarpAffineLinear {
             using Kernels = WarpKernels<variant>;
             const WarpFunctions functions = {warpBlockRows(variant),
                                              channels == 1 ? &Kernels::sampleC1 : &Kernels::sampleC3,
-                                             &Kernels::copy};
+                                             &Kernels::prefetch, &Kernels::copy};
             (record.shiftRecord ? shiftWarpTile : sampleWarpTile)(tile, functions);
             const bool isWhole = size.width == dstSize.width && size.height == dstSize.height;
             return isWhole ? ippStsNoErr : ippStsSizeWrn;

@@ -22,7 +22,7 @@ constexpr int kWarpMostRows = 16;
 // Columns of a block at most, a multiple of kWarpGroup.
 constexpr int kWarpBlockColumns = 64;
 // Columns that are made at once: a block is made in whole groups.
-constexpr int kWarpGroup = 4;
+constexpr int kWarpGroup = 16;
 
 constexpr int kWarpMostChannels = 3;
 
@@ -37,6 +37,14 @@ struct WarpSource {
 struct WarpPositions {
     double x[kWarpMostRows];
     double y[kWarpMostRows];
+    double stepX;
+    double stepY;
+};
+
+// Positions in a line.
+struct WarpLine {
+    double x;
+    double y;
     double stepX;
     double stepY;
 };
@@ -60,6 +68,8 @@ struct WarpKernels {
                          WarpPixels& pixels);
     static void sampleC3(const WarpSource& source, WarpForm form, WarpPositions& at, int columns,
                          WarpPixels& pixels);
+    // Asks for the memory around `count` positions ahead of its use.
+    static void prefetch(const WarpSource& source, int channels, WarpLine line, int count);
     // Rows of a shift by whole pixels.
     static void copy(const Ipp8u* from, Ipp8u* to, size_t bytes);
 };

@@ -183,22 +183,9 @@ DORN_INLINE VecU32 samplePixel(const Frame& frame, const Place& place, Channels<
     return first | second << 8 | third << 16;
 }
 
-// Writes a group of pixels of every row, given as `channels` words of four bytes.
+// Four pixels of every row as words of four bytes.
 template <int channels>
-DORN_INLINE void storeGroup(const VecU32* words, uint8_t* to) {
-    constexpr size_t rowBytes = kWarpBlockColumns * channels;
-    for (int i = 0; i < channels; ++i) {
-        uint32_t lanes[kRows];
-        simd::store(lanes, words[i]);
-        for (size_t row = 0; row < kRows; ++row) {
-            __builtin_memcpy(to + row * rowBytes + 4 * i, lanes + row, sizeof lanes[row]);
-        }
-    }
-}
-
-// Four pixels of `channels` bytes as words of four bytes.
-template <int channels>
-DORN_INLINE void packGroup(const VecU32* pixels, VecU32* words) {
+DORN_INLINE void packPixels(const VecU32* pixels, VecU32* words) {
     if constexpr (channels == 1) {
         words[0] = pixels[0] | pixels[1] << 8 | pixels[2] << 16 | pixels[3] << 24;
     } else {
@@ -208,27 +195,81 @@ DORN_INLINE void packGroup(const VecU32* pixels, VecU32* words) {
     }
 }
 
+using VecU64 = simd::Vec<uint64_t, VecU32::lanes / 2>;
+
+DORN_INLINE VecU64 doubleWords(VecU32 v) {
+    return simd::bitCast<VecU64>(v);
+}
+
+// Rows with four consecutive words each, which come as the first word of every row, the second and so on.
+DORN_INLINE void storeWords(const VecU32* words, uint8_t* to, size_t rowBytes) {
+    const VecU64 lower01 = doubleWords(simd::interleaveLowerBlocks(words[0], words[1]));
+    const VecU64 lower23 = doubleWords(simd::interleaveLowerBlocks(words[2], words[3]));
+    const VecU64 upper01 = doubleWords(simd::interleaveUpperBlocks(words[0], words[1]));
+    const VecU64 upper23 = doubleWords(simd::interleaveUpperBlocks(words[2], words[3]));
+    // Each 128-bit block holds a whole row; block b of vector i that of row 4 b + i.
+    const VecU64 rows[4] = {
+        simd::interleaveLowerBlocks(lower01, lower23), simd::interleaveUpperBlocks(lower01, lower23),
+        simd::interleaveLowerBlocks(upper01, upper23), simd::interleaveUpperBlocks(upper01, upper23)};
+    for (size_t i = 0; i < 4; ++i) {
+        for (size_t block = 0; block < kRows / 4; ++block) {
+            const auto* const from = reinterpret_cast<const uint8_t*>(rows + i) + 16 * block;
+            __builtin_memcpy(to + (4 * block + i) * rowBytes, from, 16);
+        }
+    }
+}
+
 template <int channels, WarpForm form>
 DORN_INLINE void sampleBlock(const WarpSource& source, WarpPositions& at, int columns, WarpPixels& pixels) {
-    static_assert(kWarpGroup == 4);
+    static_assert(kWarpGroup == 16);
     const Frame frame = frameOf<channels>(source);
     const HalfF64 stepX = simd::splat<HalfF64>(at.stepX);
     const HalfF64 stepY = simd::splat<HalfF64>(at.stepY);
     Coordinate x = loadCoordinate(at.x);
     Coordinate y = loadCoordinate(at.y);
     for (int column = 0; column < columns; column += kWarpGroup) {
-        VecU32 group[kWarpGroup];
-        for (VecU32& pixel : group) {
-            pixel = samplePixel<form>(frame, placeOf<channels, form>(frame, x, y), Channels<channels>{});
-            advance(x, stepX);
-            advance(y, stepY);
+        VecU32 words[4 * channels];
+        for (int i = 0; i < 4; ++i) {
+            VecU32 four[4];
+            for (VecU32& pixel : four) {
+                pixel = samplePixel<form>(frame, placeOf<channels, form>(frame, x, y), Channels<channels>{});
+                advance(x, stepX);
+                advance(y, stepY);
+            }
+            packPixels<channels>(four, words + i * channels);
         }
-        VecU32 words[channels];
-        packGroup<channels>(group, words);
-        storeGroup<channels>(words, pixels.bytes + column * channels);
+        for (int i = 0; i < channels; ++i) {
+            storeWords(words + 4 * i, pixels.bytes + column * channels + 16 * i,
+                       kWarpBlockColumns * channels);
+        }
     }
     storeCoordinate(at.x, x);
     storeCoordinate(at.y, y);
+}
+
+template <int channels>
+DORN_INLINE void prefetchLine(const WarpSource& source, WarpLine line, int count) {
+    const Frame frame = frameOf<channels>(source);
+    const HalfF64 lower = simd::iota<HalfF64>();
+    const HalfF64 upper = lower + simd::splat<HalfF64>(HalfF64::lanes);
+    const auto along = [&](double from, double step) {
+        const HalfF64 steps = simd::splat<HalfF64>(step);
+        const HalfF64 begin = simd::splat<HalfF64>(from);
+        return Coordinate{begin + lower * steps, begin + upper * steps};
+    };
+    Coordinate x = along(line.x, line.stepX);
+    Coordinate y = along(line.y, line.stepY);
+    const HalfF64 nextX = simd::splat<HalfF64>(kRows * line.stepX);
+    const HalfF64 nextY = simd::splat<HalfF64>(kRows * line.stepY);
+    for (int i = 0; i < count; i += kRows) {
+        int32_t offsets[kRows];
+        simd::store(offsets, placeOf<channels, kWarpClamped>(frame, x, y).offset);
+        for (const int32_t offset : offsets) {
+            simd::prefetch(frame.pixels + offset);
+        }
+        advance(x, nextX);
+        advance(y, nextY);
+    }
 }
 
 } // namespace
@@ -255,6 +296,16 @@ void WarpKernels<kVariant>::sampleC3(const WarpSource& source, WarpForm form, Wa
         sampleBlock<3, kWarpInside>(source, at, columns, pixels);
     } else {
         sampleBlock<3, kWarpClamped>(source, at, columns, pixels);
+    }
+}
+
+template <>
+void WarpKernels<kVariant>::prefetch(const WarpSource& source, int channels, WarpLine line, int count) {
+    using namespace DORN_LEVEL_NAMESPACE;
+    if (channels == 1) {
+        prefetchLine<1>(source, line, count);
+    } else {
+        prefetchLine<3>(source, line, count);
     }
 }
 

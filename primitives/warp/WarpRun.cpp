@@ -9,10 +9,16 @@
 namespace primitives {
 namespace {
 
-// Rows that are made in one pass along the tile. The patch of the source that kBandRows rows and
-// kWarpBlockColumns columns need stays in the nearest cache at any angle.
+// Rows that are made in one pass along the tile. The patch of the source that these rows of kWarpBlockColumns
+// pixels come from stays in the nearest cache at any angle.
 constexpr int kBandRows = 64;
 constexpr int kLeastBlockRows = 4;
+
+// Bytes that lie between the places that are asked for ahead: a bit less than the memory's lines have.
+constexpr double kPrefetchBytes = 48;
+// Where the places are so far apart that each pixel has lines of its own, this many columns or rows are
+// skipped.
+constexpr int kLeastPrefetchStep = 4;
 
 // How far within the source positions have to lie so that none needs a clamp, whatever was lost in rounding.
 constexpr double kMargin = 1.0 / 32;
@@ -64,12 +70,51 @@ private:
         }
         for (std::int32_t column = 0; column < tile_.size.width;) {
             const std::int32_t columns = std::min(kWarpBlockColumns, tile_.size.width - column);
+            if (column + columns < tile_.size.width && !isPlain_) {
+                const WarpPositions& at = band_[0];
+                prefetchSource(at.x[0] + columns * at.stepX, at.y[0] + columns * at.stepY);
+            }
             for (int block = 0; block < blocks; ++block) {
                 const std::int32_t row = block * functions_.blockRows;
-                makeBlock(band_[block], {column, firstRow + row},
-                          {columns, std::min(functions_.blockRows, rows - row)});
+                const IppiSize size = {columns, std::min(functions_.blockRows, rows - row)};
+                prefetchDestination({column + columns, firstRow + row}, size.height);
+                makeBlock(band_[block], {column, firstRow + row}, size);
             }
             column += columns;
+        }
+    }
+
+    // Asks for the source of the band's next columns, whose first row begins at (x, y). Lines across them in
+    // the direction that passes from one source row to the next faster, so close together that none of the
+    // memory's lines between them is left out.
+    void prefetchSource(double x, double y) const {
+        const double* const b = record_.backward;
+        const WarpLine down = {x, y, b[1], b[4]};
+        const WarpLine along = {x, y, b[0], b[3]};
+        const bool goesDown = std::fabs(b[4]) >= std::fabs(b[3]);
+        WarpLine line = goesDown ? down : along;
+        const WarpLine& other = goesDown ? along : down;
+        // Bytes between neighbouring lines in the same source row.
+        const double distance = std::fabs((b[0] * b[4] - b[1] * b[3]) / line.stepY) * tile_.channels;
+        const int count = goesDown ? kBandRows : kWarpBlockColumns;
+        const int across = goesDown ? kWarpBlockColumns : kBandRows;
+        int step = across;
+        while (step > kLeastPrefetchStep && step * distance > kPrefetchBytes) {
+            step /= 2;
+        }
+        for (int i = 0; i < across; i += step) {
+            functions_.prefetch(tile_.source, tile_.channels, line, count);
+            line.x += step * other.stepX;
+            line.y += step * other.stepY;
+        }
+    }
+
+    void prefetchDestination(IppiPoint at, std::int32_t rows) const {
+        const std::int32_t columns = std::min(kWarpBlockColumns, tile_.size.width - at.x);
+        for (std::int32_t row = 0; row < rows; ++row) {
+            for (std::int32_t column = 0; column < columns; column += kWarpBlockColumns / tile_.channels) {
+                __builtin_prefetch(tile_.pixel(at.x + column, at.y + row), 1);
+            }
         }
     }
 
@@ -97,12 +142,12 @@ private:
         }
         for (std::int32_t row = 0; row < size.height; ++row) {
             const Ipp8u* const from = pixels_.bytes + row * kWarpBlockColumns * tile_.channels;
+            const IppiPoint rowAt = {at.x, at.y + row};
+            const WarpColumns all = {0, size.width - 1};
             if (kind_ == ippBorderRepl) {
-                write(from, {0, size.width - 1}, {at.x, at.y + row});
+                write(from, all, rowAt);
                 continue;
             }
-            const WarpColumns all = {0, size.width - 1};
-            const IppiPoint rowAt = {at.x, at.y + row};
             const WarpColumns inner =
                 common(all, spanOf(rowAt, record_.spanTable, record_.firstSpanRow, record_.lastSpanRow));
             write(from, inner, rowAt);
@@ -192,6 +237,10 @@ WarpBorderPixel::WarpBorderPixel(const IppiWarpSpec& record) {
 }
 
 void repeatWarpPixel(const Ipp8u* pixel, int channels, std::ptrdiff_t count, Ipp8u* to) {
+    if (channels == 1) {
+        std::memset(to, pixel[0], static_cast<std::size_t>(count));
+        return;
+    }
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         std::memcpy(to + i * channels, pixel, static_cast<std::size_t>(channels));
     }

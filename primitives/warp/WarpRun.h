@@ -26,6 +26,7 @@ struct WarpTile {
 struct WarpFunctions {
     int blockRows;
     decltype(&WarpKernels<0>::sampleC1) sample;
+    decltype(&WarpKernels<0>::prefetch) prefetch;
     decltype(&WarpKernels<0>::copy) copy;
 };
 
