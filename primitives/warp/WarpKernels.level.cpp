@@ -113,11 +113,13 @@ DORN_INLINE Place placeOf(const Frame& frame, Coordinate x, Coordinate y) {
         row = split(clampCoordinate(y, frame.lastRow));
     }
     const HalfF64 pixel = simd::splat<HalfF64>(channels);
+    const HalfF64 base = simd::splat<HalfF64>(simd::kLowWord);
     const auto offset = [&](HalfF64 atX, HalfF64 atY) {
-        return atY * frame.stepOfRows + (channels == 1 ? atX : atX * pixel);
+        const HalfF64 inRow = channels == 1 ? atX + base : simd::wholeMulAdd(atX, pixel, base);
+        return simd::wholeMulAdd(atY, frame.stepOfRows, inRow);
     };
-    return {simd::wholeInts(offset(column.whole.lower, row.whole.lower),
-                            offset(column.whole.upper, row.whole.upper)),
+    return {simd::lowWords(offset(column.whole.lower, row.whole.lower),
+                           offset(column.whole.upper, row.whole.upper)),
             column.fraction, row.fraction};
 }
 

@@ -14,6 +14,9 @@ namespace {
 constexpr int kBandRows = 64;
 constexpr int kLeastBlockRows = 4;
 
+// Source rows passed from column to column from which on the source is asked for ahead. Below, the processor
+// finds out by itself.
+constexpr double kPrefetchSlope = 0.125;
 // Bytes that lie between the places that are asked for ahead: a bit less than the memory's lines have.
 constexpr double kPrefetchBytes = 48;
 // Where the places are so far apart that each pixel has lines of its own, this many columns or rows are
@@ -68,9 +71,10 @@ private:
         for (int block = 0; block < blocks; ++block) {
             startBlock(band_[block]);
         }
+        const bool isSteep = !isPlain_ && std::fabs(record_.backward[3]) >= kPrefetchSlope;
         for (std::int32_t column = 0; column < tile_.size.width;) {
             const std::int32_t columns = std::min(kWarpBlockColumns, tile_.size.width - column);
-            if (column + columns < tile_.size.width && !isPlain_) {
+            if (column + columns < tile_.size.width && isSteep) {
                 const WarpPositions& at = band_[0];
                 prefetchSource(at.x[0] + columns * at.stepX, at.y[0] + columns * at.stepY);
             }

@@ -10,7 +10,7 @@ namespace primitives::DORN_LEVEL_NAMESPACE::simd {
 
 using HalfF64 = Vec<double, VecF32::lanes / 2>;
 
-// Toward zero, for numbers within the range of int32_t.
+// The whole part of numbers from 0 to INT32_MAX.
 template <int n>
 DORN_INLINE Vec<double, n> truncate(Vec<double, n> v) {
     Vec<double, n> result;
@@ -31,13 +31,22 @@ DORN_INLINE Vec<float, 2 * n> demoteFloats(Vec<double, n> lower, Vec<double, n> 
     return result;
 }
 
-// Whole numbers from 0 to INT32_MAX of two vectors.
+// a * b + c for whole numbers, where rounding once or twice makes no difference.
 template <int n>
-DORN_INLINE Vec<int32_t, 2 * n> wholeInts(Vec<double, n> lower, Vec<double, n> upper) {
+DORN_INLINE Vec<double, n> wholeMulAdd(Vec<double, n> a, Vec<double, n> b, Vec<double, n> c) {
+    return a * b + c;
+}
+
+// Added to a whole number below 2^31 this leaves it in the low word.
+constexpr double kLowWord = 0x1p52;
+
+// The low words of two vectors.
+template <int n>
+DORN_INLINE Vec<int32_t, 2 * n> lowWords(Vec<double, n> lower, Vec<double, n> upper) {
     Vec<int32_t, 2 * n> result;
     for (int i = 0; i < n; ++i) {
-        result.raw[i] = static_cast<int32_t>(lower.raw[i]);
-        result.raw[n + i] = static_cast<int32_t>(upper.raw[i]);
+        result.raw[i] = static_cast<int32_t>(lower.raw[i] - kLowWord);
+        result.raw[n + i] = static_cast<int32_t>(upper.raw[i] - kLowWord);
     }
     return result;
 }
@@ -56,16 +65,13 @@ DORN_INLINE Vec<uint32_t, n> gather32(const uint8_t* base, Vec<int32_t, n> offse
 
 #if !defined(DORN_PORTABLE_PRIMITIVES)
 
-struct LowWords {
+struct EvenWords {
     static constexpr int at(int i) { return 2 * i; }
 };
 
-// From 2^52 on a double's low word counts ones.
 template <int n>
-requires(n >= 2) DORN_INLINE Vec<int32_t, 2 * n> wholeInts(Vec<double, n> lower, Vec<double, n> upper) {
-    const Vec<double, n> ones = splat<Vec<double, n>>(0x1p52);
-    return shuffle<LowWords>(bitCast<Vec<int32_t, 2 * n>>(lower + ones),
-                             bitCast<Vec<int32_t, 2 * n>>(upper + ones));
+requires(n >= 2) DORN_INLINE Vec<int32_t, 2 * n> lowWords(Vec<double, n> lower, Vec<double, n> upper) {
+    return shuffle<EvenWords>(bitCast<Vec<int32_t, 2 * n>>(lower), bitCast<Vec<int32_t, 2 * n>>(upper));
 }
 
 DORN_INLINE Vec<double, 2> truncate(Vec<double, 2> v) {
@@ -95,6 +101,10 @@ DORN_INLINE Vec<double, 4> truncate(Vec<double, 4> v) {
     return {(Vec<double, 4>::Raw)_mm256_round_pd((__m256d)v.raw, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
 }
 
+DORN_INLINE Vec<double, 4> wholeMulAdd(Vec<double, 4> a, Vec<double, 4> b, Vec<double, 4> c) {
+    return {(Vec<double, 4>::Raw)_mm256_fmadd_pd((__m256d)a.raw, (__m256d)b.raw, (__m256d)c.raw)};
+}
+
 DORN_INLINE Vec<float, 8> demoteFloats(Vec<double, 4> lower, Vec<double, 4> upper) {
     return {(Vec<float, 8>::Raw)_mm256_set_m128(_mm256_cvtpd_ps((__m256d)upper.raw),
                                                 _mm256_cvtpd_ps((__m256d)lower.raw))};
@@ -117,9 +127,15 @@ DORN_INLINE Vec<uint32_t, 8> gather32(const uint8_t* base, Vec<int32_t, 8> offse
 
 #if defined(__AVX512F__)
 
+// One rounded operation and an exact one, where the instruction for it takes twice as long.
 DORN_INLINE Vec<double, 8> truncate(Vec<double, 8> v) {
-    return {
-        (Vec<double, 8>::Raw)_mm512_roundscale_pd((__m512d)v.raw, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
+    const __m512d ones = _mm512_set1_pd(kLowWord);
+    const __m512d whole = _mm512_add_round_pd((__m512d)v.raw, ones, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+    return {(Vec<double, 8>::Raw)_mm512_sub_pd(whole, ones)};
+}
+
+DORN_INLINE Vec<double, 8> wholeMulAdd(Vec<double, 8> a, Vec<double, 8> b, Vec<double, 8> c) {
+    return {(Vec<double, 8>::Raw)_mm512_fmadd_pd((__m512d)a.raw, (__m512d)b.raw, (__m512d)c.raw)};
 }
 
 DORN_INLINE Vec<float, 16> demoteFloats(Vec<double, 8> lower, Vec<double, 8> upper) {
