@@ -27,9 +27,10 @@ public:
     // hold yet.
     template <typename Fill>
     void moveTo(std::int32_t first, Fill fill) {
-        for (int tap = 0; tap < taps; ++tap) {
+        const int remainder = first % taps;
+        int slot = remainder < 0 ? remainder + taps : remainder;
+        for (int tap = 0; tap < taps; ++tap, slot = slot + 1 == taps ? 0 : slot + 1) {
             const std::int64_t row = std::int64_t{first} + tap;
-            const auto slot = static_cast<int>((row % taps + taps) % taps);
             if (held_[slot] != row) {
                 fill(static_cast<std::int32_t>(row), slots_[slot]);
                 held_[slot] = row;

@@ -13,16 +13,20 @@ std::size_t blockBegin(const TapColumns& columns, std::size_t at, std::size_t bl
     return columns.samples < block ? 0 : std::min(at, columns.samples - block);
 }
 
+// `from` is the weights of the tile's column 0.
 template <std::size_t channels>
-void arrangeWeights(const TapColumns& columns, const float* from, std::size_t taps, std::size_t block,
-                    float* to) {
+void arrangeWeights(const TapColumns& columns, const TapRange& range, const float* from, std::size_t taps,
+                    std::size_t block, float* to) {
     for (std::size_t at = 0; at < columns.samples; at += block) {
         const std::size_t begin = blockBegin(columns, at, block);
-        for (std::size_t tap = 0; tap < taps; ++tap) {
-            for (std::size_t i = begin; i < begin + block; ++i) {
-                *to++ = i < columns.samples ? from[i / channels * taps + tap] : 0.0F;
+        for (std::size_t i = begin; i < begin + block; ++i, ++to) {
+            const std::int32_t column = range.column(static_cast<std::int32_t>(i / channels));
+            const float* weights = from + static_cast<std::size_t>(column) * taps;
+            for (std::size_t tap = 0; tap < taps; ++tap) {
+                to[tap * block] = i < columns.samples ? weights[tap] : 0.0F;
             }
         }
+        to += (taps - 1) * block;
     }
 }
 
@@ -64,17 +68,19 @@ bool describeWindows(TapColumns& columns, std::uint32_t srcSize, std::size_t tap
 } // namespace
 
 template <std::size_t channels>
-TapColumns makeTapColumns(const ResizeSpan& x, std::int32_t first, std::int32_t count, bool gathers,
-                          std::size_t taps, std::size_t block, TapTables& tables) {
-    const auto position = static_cast<std::size_t>(x.offset) + static_cast<std::size_t>(first);
+TapColumns makeTapColumns(const ResizeSpan& x, const TapRange& range, bool gathers, std::size_t taps,
+                          std::size_t block, TapTables& tables) {
+    const auto offset = static_cast<std::size_t>(x.offset);
     TapColumns columns{};
-    columns.pixels = static_cast<std::size_t>(count);
+    columns.pixels = range.pixels();
     columns.samples = columns.pixels * channels;
     columns.channels = channels;
     columns.weights = tables.weights;
-    columns.index = x.axis->index + position;
+    columns.index = x.axis->index + offset + range.first;
+    columns.split = static_cast<std::size_t>(range.split);
+    columns.gap = range.gap;
     columns.shift = static_cast<std::int32_t>(taps / 2 - 1);
-    arrangeWeights<channels>(columns, x.axis->coef32f + position * taps, taps, block, tables.weights);
+    arrangeWeights<channels>(columns, range, x.axis->coef32f + offset * taps, taps, block, tables.weights);
 
     const std::uint32_t srcSize = x.axis->srcSize;
     if (gathers || (!describeWindows<channels, kTapWideGroup>(columns, srcSize, taps, block, tables) &&
@@ -86,11 +92,11 @@ TapColumns makeTapColumns(const ResizeSpan& x, std::int32_t first, std::int32_t 
     return columns;
 }
 
-template TapColumns makeTapColumns<1>(const ResizeSpan&, std::int32_t, std::int32_t, bool, std::size_t,
-                                      std::size_t, TapTables&);
-template TapColumns makeTapColumns<3>(const ResizeSpan&, std::int32_t, std::int32_t, bool, std::size_t,
-                                      std::size_t, TapTables&);
-template TapColumns makeTapColumns<4>(const ResizeSpan&, std::int32_t, std::int32_t, bool, std::size_t,
-                                      std::size_t, TapTables&);
+template TapColumns makeTapColumns<1>(const ResizeSpan&, const TapRange&, bool, std::size_t, std::size_t,
+                                      TapTables&);
+template TapColumns makeTapColumns<3>(const ResizeSpan&, const TapRange&, bool, std::size_t, std::size_t,
+                                      TapTables&);
+template TapColumns makeTapColumns<4>(const ResizeSpan&, const TapRange&, bool, std::size_t, std::size_t,
+                                      TapTables&);
 
 } // namespace primitives

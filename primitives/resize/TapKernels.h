@@ -39,8 +39,15 @@ constexpr bool tapWindows(int variant) {
 constexpr size_t kTapWideGroup = 8;
 constexpr size_t kTapGroup = 4;
 
-// The most samples of a row that are worked on at a time.
+// The most samples of a row that are worked on at a time: the rows of the ring and the tables, 4 bytes a
+// sample for each tap and 4 more, stay in the nearest cache from row to row.
 constexpr size_t kTapSamples = 1024;
+constexpr size_t tapSamples(int taps) {
+    return taps == 4 ? kTapSamples : kTapSamples * 3 / 4;
+}
+
+// Rows of sums begin on multiples of this, and may be written up to the next one.
+constexpr size_t kTapRowAlignment = 32;
 
 // Neighbouring columns of a tile. Samples come in blocks, the last of which overlaps the one before when
 // there are enough samples, and is filled up else.
@@ -58,16 +65,20 @@ struct TapColumns {
     const int32_t* starts;
     const uint8_t* numbers;
 
-    const int32_t* index; // of the pixel of the first tap is index[i] - shift, kept between low and high
+    const int32_t* index; // the first tap of pixel i is index[i] - shift, kept between low and high;
+    size_t split;         // from pixel `split` on it is index[i + gap] - shift
+    ptrdiff_t gap;
     int32_t shift;
     int32_t low;
     int32_t high;
     uint8_t* gathered; // kTapSamples bytes for each tap
 };
 
-// One destination row, and the weights of the rows that it is made of.
+// One destination row, and the weights of the rows that it is made of. The same columns of the row `next` are
+// fetched into the caches; it may lie outside the image.
 struct TapTarget {
     uint8_t* to;
+    const uint8_t* next;
     const float* weights;
 };
 
@@ -76,8 +87,10 @@ constexpr int kTapTargets = 2;
 
 template <int variant>
 struct TapKernels {
-    // The horizontal pass on the source row whose pixel 0 is `row`.
-    static void filterRow(TapForm form, const uint8_t* row, const TapColumns& columns, float* to);
+    // The horizontal pass on the source row whose pixel 0 is `row`. The row `next` is fetched into the
+    // caches; it may lie outside the image.
+    static void filterRow(TapForm form, const uint8_t* row, const uint8_t* next, const TapColumns& columns,
+                          float* to);
     // The vertical pass, for 1 to kTapTargets rows, with sums of less than 2^31. Each of `rows` can be read
     // up to the next multiple of a block.
     static void blendRows(TapForm form, const float* const* rows, size_t samples, const TapTarget* targets,

@@ -69,7 +69,8 @@ DORN_INLINE Floats sumOf(const Floats (&values)[Sum::taps], const Floats (&weigh
 template <int taps, size_t group>
 struct WindowBytes {
     const uint8_t* row;
-    size_t distance; // from tap to tap
+    const uint8_t* next; // the row that is expected next
+    size_t distance;     // from tap to tap
     const int32_t* starts;
     const uint8_t* numbers;
 };
@@ -86,6 +87,7 @@ DORN_INLINE VecU8 loadWindows(const uint8_t* row, const int32_t* starts) {
 template <int taps, size_t group>
 DORN_INLINE void loadValues(const WindowBytes<taps, group>& bytes, size_t at, Floats (&values)[taps]) {
     const VecU8 numbers = load<VecU8>(bytes.numbers + at * sizeof(float));
+    prefetch(bytes.next + bytes.starts[at / group]);
 #pragma GCC unroll 8
     for (int tap = 0; tap < taps; ++tap) {
         const uint8_t* row = bytes.row + static_cast<size_t>(tap) * bytes.distance;
@@ -132,6 +134,8 @@ DORN_INLINE void filterBlocks(const Bytes& bytes, const float* weights, size_t s
         const Floats last = filterBlock<Sum>(bytes, weights, at);
         if (samples >= kBlock) {
             store(to + samples - kBlock, last);
+        } else if constexpr (sizeof last <= kTapRowAlignment) {
+            store(to, last);
         } else {
             storeN(to, last, samples);
         }
@@ -142,7 +146,8 @@ template <int taps, size_t channels>
 DORN_INLINE void gather(const uint8_t* row, const TapColumns& columns) {
     uint8_t* to = columns.gathered;
     for (size_t pixel = 0; pixel < columns.pixels; ++pixel, to += channels) {
-        const int64_t first = int64_t{columns.index[pixel]} - columns.shift;
+        const int32_t* index = columns.index + pixel + (pixel < columns.split ? 0 : columns.gap);
+        const int64_t first = int64_t{*index} - columns.shift;
 #pragma GCC unroll 8
         for (int tap = 0; tap < taps; ++tap) {
             int64_t at = first + tap;
@@ -179,22 +184,22 @@ static void filterGathered(const uint8_t* row, const TapColumns& columns, float*
 }
 
 template <typename Sum, size_t group>
-static void filterWindows(const uint8_t* row, const TapColumns& columns, float* to) {
-    const WindowBytes<Sum::taps, group> bytes{row, columns.channels, columns.starts, columns.numbers};
+static void filterWindows(const uint8_t* row, const uint8_t* next, const TapColumns& columns, float* to) {
+    const WindowBytes<Sum::taps, group> bytes{row, next, columns.channels, columns.starts, columns.numbers};
     filterBlocks<Sum>(bytes, columns.weights, columns.samples, to);
 }
 
 template <typename Sum>
-DORN_INLINE void filterRowOf(const uint8_t* row, const TapColumns& columns, float* to) {
+DORN_INLINE void filterRowOf(const uint8_t* row, const uint8_t* next, const TapColumns& columns, float* to) {
     if constexpr (tapWindows(kVariant)) {
         if constexpr (kBlock >= kTapWideGroup) {
             if (columns.group == kTapWideGroup) {
-                filterWindows<Sum, kTapWideGroup>(row, columns, to);
+                filterWindows<Sum, kTapWideGroup>(row, next, columns, to);
                 return;
             }
         }
         if (columns.group == kTapGroup) {
-            filterWindows<Sum, kTapGroup>(row, columns, to);
+            filterWindows<Sum, kTapGroup>(row, next, columns, to);
             return;
         }
     }
@@ -233,6 +238,7 @@ DORN_INLINE VecU8 toBytes(VecI16 lower, VecI16 upper) {
 template <typename Sum, int count>
 struct BlendTargets {
     uint8_t* to[count];
+    const uint8_t* next[count];
     Floats weights[count][Sum::taps];
 };
 
@@ -241,19 +247,24 @@ DORN_INLINE void blendStep(const float* const* rows, const BlendTargets<Sum, cou
     VecI16 words[count][2];
 #pragma GCC unroll 2
     for (size_t half = 0; half < 2; ++half) {
-        Floats lower[Sum::taps];
-        Floats upper[Sum::taps];
-        loadRows<Sum>(rows, at + 2 * half * kBlock, lower);
-        loadRows<Sum>(rows, at + (2 * half + 1) * kBlock, upper);
+        Ints pixels[count][2];
+#pragma GCC unroll 2
+        for (size_t part = 0; part < 2; ++part) {
+            Floats values[Sum::taps];
+            loadRows<Sum>(rows, at + (2 * half + part) * kBlock, values);
+#pragma GCC unroll 2
+            for (int target = 0; target < count; ++target) {
+                pixels[target][part] = nearestInt(sumOf<Sum>(values, targets.weights[target]));
+            }
+        }
 #pragma GCC unroll 2
         for (int target = 0; target < count; ++target) {
-            words[target][half] =
-                demoteBlocks<VecI16>(nearestInt(sumOf<Sum>(lower, targets.weights[target])),
-                                     nearestInt(sumOf<Sum>(upper, targets.weights[target])));
+            words[target][half] = demoteBlocks<VecI16>(pixels[target][0], pixels[target][1]);
         }
     }
 #pragma GCC unroll 2
     for (int target = 0; target < count; ++target) {
+        prefetch(targets.next[target] + at);
         store(targets.to[target] + at, toBytes(words[target][0], words[target][1]));
     }
 }
@@ -284,6 +295,7 @@ static void blendSteps(const float* const* rows, size_t samples, const TapTarget
 #pragma GCC unroll 2
     for (int target = 0; target < count; ++target) {
         targets.to[target] = from[target].to;
+        targets.next[target] = from[target].next;
         spread<Sum>(from[target].weights, targets.weights[target]);
     }
     size_t at = 0;
@@ -315,22 +327,23 @@ namespace primitives {
 using namespace DORN_LEVEL_NAMESPACE;
 
 template <>
-void TapKernels<kVariant>::filterRow(TapForm form, const uint8_t* row, const TapColumns& columns, float* to) {
+void TapKernels<kVariant>::filterRow(TapForm form, const uint8_t* row, const uint8_t* next,
+                                     const TapColumns& columns, float* to) {
     switch (form) {
     case TapForm::cubic:
-        filterRowOf<Cubic>(row, columns, to);
+        filterRowOf<Cubic>(row, next, columns, to);
         break;
     case TapForm::lanczos2:
-        filterRowOf<Lanczos2>(row, columns, to);
+        filterRowOf<Lanczos2>(row, next, columns, to);
         break;
     case TapForm::lanczos3:
-        filterRowOf<Lanczos3>(row, columns, to);
+        filterRowOf<Lanczos3>(row, next, columns, to);
         break;
     case TapForm::edge4:
-        filterRowOf<Edge4Row>(row, columns, to);
+        filterRowOf<Edge4Row>(row, next, columns, to);
         break;
     case TapForm::edge6:
-        filterRowOf<Edge6>(row, columns, to);
+        filterRowOf<Edge6>(row, next, columns, to);
         break;
     }
 }

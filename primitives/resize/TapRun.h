@@ -6,7 +6,10 @@
 // rows of the ring. Pixels of the strips, whose taps reach beyond the image, are made in the same way from
 // clamped coordinates, but their sums have an order of their own.
 
+#include <cstring>
+
 #include "primitives/resize/ResizeRun.h"
+#include "primitives/resize/ResizeSizing.h"
 #include "primitives/resize/RowRing.h"
 #include "primitives/resize/TapColumns.h"
 
@@ -21,37 +24,45 @@ public:
 
     void run() {
         const ResizeSpan& x = tile_.x;
-        makeColumns(0, x.lead, true);
-        makeColumns(x.lead, x.inner(), false);
-        makeColumns(x.size - x.trail, x.trail, true);
+        forParts(x.inner(), [&](std::int32_t begin, std::int32_t count) {
+            makePart<false>({x.lead + begin, count, count, 0});
+        });
+        // Both strips at the sides together: they are narrow.
+        forParts(x.lead + x.trail, [&](std::int32_t begin, std::int32_t count) {
+            makePart<true>({begin, count, std::clamp(x.lead - begin, 0, count), x.inner()});
+        });
     }
 
 private:
     using Kernels = TapKernels<variant>;
 
-    static constexpr std::int32_t kPixels = static_cast<std::int32_t>(kTapSamples) / channels;
+    static constexpr std::int32_t kPixels = static_cast<std::int32_t>(tapSamples(taps)) / channels;
+    static constexpr std::ptrdiff_t kAhead = 4; // rows that destination rows are fetched ahead
     static constexpr TapForm kEdge = taps == 4 ? TapForm::edge4 : TapForm::edge6;
 
-    // In parts of about the same width.
-    void makeColumns(std::int32_t first, std::int32_t count, bool isStrip) {
+    // Divides `count` columns into parts of about the same width.
+    template <typename Make>
+    static void forParts(std::int32_t count, Make make) {
         const std::int64_t parts = (std::int64_t{count} + kPixels - 1) / kPixels;
         for (std::int64_t i = 0; i < parts; ++i) {
             const auto begin = static_cast<std::int32_t>(count * i / parts);
             const auto end = static_cast<std::int32_t>(count * (i + 1) / parts);
-            makePart(first + begin, end - begin, isStrip);
+            make(begin, end - begin);
         }
     }
 
-    void makePart(std::int32_t first, std::int32_t count, bool isStrip) {
-        const TapColumns columns = makeTapColumns<channels>(
-            tile_.x, first, count, isStrip || !tapWindows(variant), taps, tapBlock(variant), tables_);
+    template <bool isStrip>
+    void makePart(const TapRange& range) {
+        const TapColumns columns = makeTapColumns<channels>(tile_.x, range, isStrip || !tapWindows(variant),
+                                                            taps, tapBlock(variant), tables_);
         const ResizeSpan& y = tile_.y;
-        makeRows(columns, first, 0, y.lead, kEdge);
-        makeRows(columns, first, y.lead, y.size - y.trail, isStrip ? kEdge : form_);
-        makeRows(columns, first, y.size - y.trail, y.size, kEdge);
+        makeRows<isStrip>(range, columns, 0, y.lead, kEdge);
+        makeRows<isStrip>(range, columns, y.lead, y.size - y.trail, isStrip ? kEdge : form_);
+        makeRows<isStrip>(range, columns, y.size - y.trail, y.size, kEdge);
     }
 
-    void makeRows(const TapColumns& columns, std::int32_t column, std::int32_t row, std::int32_t end,
+    template <bool isStrip>
+    void makeRows(const TapRange& range, const TapColumns& columns, std::int32_t row, std::int32_t end,
                   TapForm form) {
         const ResizeSpan& y = tile_.y;
         ResizeBuffer buffer(buffer_);
@@ -59,26 +70,31 @@ private:
         while (row < end) {
             const std::int32_t index = y.index(row);
             ring.moveTo(index - (taps / 2 - 1), [&](std::int32_t source, float* to) {
-                Kernels::filterRow(form, tile_.sourceRow(y.clampSource(source)), columns, to);
+                const Ipp8u* const from = tile_.sourceRow(y.clampSource(source));
+                Kernels::filterRow(form, from, from + tile_.srcStep, columns, to);
             });
             std::int32_t count = 1;
             while (count < kTapTargets && row + count < end && y.index(row + count) == index) {
                 ++count;
             }
-            blend(form, ring.rows(), columns.samples, column, row, count);
+            if constexpr (isStrip) {
+                blendStrip(form, ring.rows(), range, row, count);
+            } else {
+                Ipp8u* const to = tile_.dstRow(row) + std::ptrdiff_t{range.first} * channels;
+                blend(form, ring.rows(), columns.samples, to, tile_.dstStep, row, count);
+            }
             row += count;
         }
     }
 
-    // `count` destination rows from `row` on, from the same source rows.
-    void blend(TapForm form, const float* const* rows, std::size_t samples, std::int32_t column,
+    // `count` destination rows from `row` on, `step` bytes apart, from the same source rows.
+    void blend(TapForm form, const float* const* rows, std::size_t samples, Ipp8u* to, std::ptrdiff_t step,
                std::int32_t row, std::int32_t count) const {
         TapTarget targets[kTapTargets];
-        for (std::int32_t i = 0; i < count; ++i) {
+        for (std::int32_t i = 0; i < count; ++i, to += step) {
             const auto position =
                 static_cast<std::size_t>(tile_.y.offset) + static_cast<std::size_t>(row + i);
-            targets[i] = {tile_.dstRow(row + i) + std::ptrdiff_t{column} * channels,
-                          tile_.y.axis->coef32f + position * taps};
+            targets[i] = {to, to + kAhead * step, tile_.y.axis->coef32f + position * taps};
         }
         if (large_) {
             for (std::int32_t i = 0; i < count; ++i) {
@@ -89,11 +105,28 @@ private:
         }
     }
 
+    // The same for columns on both sides of the tile, in whole blocks.
+    void blendStrip(TapForm form, const float* const* rows, const TapRange& range, std::int32_t row,
+                    std::int32_t count) {
+        const auto samples = static_cast<std::size_t>(
+            roundUp(std::int64_t{range.count} * channels, std::int64_t{tapBlock(variant)}));
+        blend(form, rows, samples, strip_, kTapSamples, row, count);
+        const auto left = static_cast<std::size_t>(range.split) * channels;
+        const auto right = static_cast<std::size_t>(range.count) * channels - left;
+        for (std::int32_t i = 0; i < count; ++i) {
+            const Ipp8u* const from = strip_ + static_cast<std::size_t>(i) * kTapSamples;
+            Ipp8u* const to = tile_.dstRow(row + i);
+            std::memcpy(to + std::ptrdiff_t{range.first} * channels, from, left);
+            std::memcpy(to + std::ptrdiff_t{range.column(range.split)} * channels, from + left, right);
+        }
+    }
+
     const ResizeTile tile_;
     const TapForm form_;
     const bool large_;
     Ipp8u* const buffer_;
     TapTables tables_;
+    Ipp8u strip_[kTapTargets * kTapSamples];
 };
 
 } // namespace primitives
