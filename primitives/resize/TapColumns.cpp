@@ -83,8 +83,11 @@ TapColumns makeTapColumns(const ResizeSpan& x, const TapRange& range, bool gathe
     arrangeWeights<channels>(columns, range, x.axis->coef32f + offset * taps, taps, block, tables.weights);
 
     const std::uint32_t srcSize = x.axis->srcSize;
-    if (gathers || (!describeWindows<channels, kTapWideGroup>(columns, srcSize, taps, block, tables) &&
-                    !describeWindows<channels, kTapGroup>(columns, srcSize, taps, block, tables))) {
+    const bool hasWindows =
+        !gathers && (describeWindows<channels, kTapWidestGroup>(columns, srcSize, taps, block, tables) ||
+                     describeWindows<channels, kTapWideGroup>(columns, srcSize, taps, block, tables) ||
+                     describeWindows<channels, kTapGroup>(columns, srcSize, taps, block, tables));
+    if (!hasWindows) {
         columns.low = x.sourceLow;
         columns.high = x.sourceHigh;
         columns.gathered = tables.bytes;

@@ -35,7 +35,8 @@ constexpr bool tapWindows(int variant) {
     return variant >= 2;
 }
 
-// Samples whose bytes come from one window: where pixels lie close together 8, else 4.
+// Samples whose bytes come from one window: the closer pixels lie together, the more.
+constexpr size_t kTapWidestGroup = 16;
 constexpr size_t kTapWideGroup = 8;
 constexpr size_t kTapGroup = 4;
 

@@ -77,7 +77,9 @@ struct WindowBytes {
 
 template <size_t group>
 DORN_INLINE VecU8 loadWindows(const uint8_t* row, const int32_t* starts) {
-    if constexpr (group == kTapGroup) {
+    if constexpr (group == kBlock) {
+        return loadSameBlocks<VecU8>(row + *starts);
+    } else if constexpr (group == kTapGroup) {
         return loadBlocks<VecU8>(row, starts);
     } else {
         return loadTwinBlocks<VecU8>(row, starts);
@@ -192,6 +194,12 @@ static void filterWindows(const uint8_t* row, const uint8_t* next, const TapColu
 template <typename Sum>
 DORN_INLINE void filterRowOf(const uint8_t* row, const uint8_t* next, const TapColumns& columns, float* to) {
     if constexpr (tapWindows(kVariant)) {
+        if constexpr (kBlock >= kTapWidestGroup) {
+            if (columns.group == kTapWidestGroup) {
+                filterWindows<Sum, kTapWidestGroup>(row, next, columns, to);
+                return;
+            }
+        }
         if constexpr (kBlock >= kTapWideGroup) {
             if (columns.group == kTapWideGroup) {
                 filterWindows<Sum, kTapWideGroup>(row, next, columns, to);

@@ -295,7 +295,14 @@ std::map<std::string, Reference> references(bool fuses) {
         {"u8 lookupBlocks",
          [](const Inputs& in, int lanes, Bytes& out) {
              for (int i = 0; i < lanes; ++i) {
-                 out.set(i, in.a.at<u8>(i / 16 * 16 + in.b.at<u8>(i) % 16));
+                 const u8 number = in.b.at<u8>(i);
+                 out.set(i, number < 128 ? in.a.at<u8>(i / 16 * 16 + number % 16) : u8{0});
+             }
+         }},
+        {"u8 loadSameBlocks",
+         [](const Inputs& in, int lanes, Bytes& out) {
+             for (int i = 0; i < lanes; ++i) {
+                 out.set(i, in.a.at<u8>(5 + i % 16));
              }
          }},
         {"u8 loadBlocks",

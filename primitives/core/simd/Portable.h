@@ -115,8 +115,8 @@ DORN_INLINE Vec<int16_t, n> mulHighRounded(Vec<int16_t, n> a, Vec<int16_t, n> b)
     return result;
 }
 
-// Within each block of 128 bits the bytes of `table` whose numbers, 0 to 15, stand in `numbers`; 0 for numbers
-// from 128 on.
+// Within each block of 128 bits the bytes of `table` whose numbers, 0 to 15, stand in `numbers`; 0 for
+// numbers from 128 on.
 template <int n>
 DORN_INLINE Vec<uint8_t, n> lookupBlocks(Vec<uint8_t, n> table, Vec<uint8_t, n> numbers) {
     Vec<uint8_t, n> result;
@@ -141,6 +141,16 @@ DORN_INLINE Vec<uint8_t, n> twinBlocksFrom(As<Vec<uint8_t, n>>, const uint8_t* b
     Vec<uint8_t, n> result;
     for (int i = 0; i < n; i += 16) {
         __builtin_memcpy(reinterpret_cast<uint8_t*>(&result) + i, base + offsets[i / 32], 16);
+    }
+    return result;
+}
+
+// All blocks from the same place.
+template <int n>
+DORN_INLINE Vec<uint8_t, n> sameBlocksFrom(As<Vec<uint8_t, n>>, const uint8_t* from) {
+    Vec<uint8_t, n> result;
+    for (int i = 0; i < n; i += 16) {
+        __builtin_memcpy(reinterpret_cast<uint8_t*>(&result) + i, from, 16);
     }
     return result;
 }

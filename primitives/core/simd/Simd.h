@@ -81,6 +81,12 @@ DORN_INLINE V loadTwinBlocks(const uint8_t* base, const int32_t* offsets) {
     return twinBlocksFrom(As<V>{}, base, offsets);
 }
 
+// The same with all blocks from `from`.
+template <typename V>
+DORN_INLINE V loadSameBlocks(const uint8_t* from) {
+    return sameBlocksFrom(As<V>{}, from);
+}
+
 // All lanes to memory, saturated: signed 16- or 32-bit lanes to bytes, 32-bit lanes to 16-bit elements.
 template <typename To, typename T, int n>
 DORN_INLINE void demoteStore(To* to, Vec<T, n> v) {

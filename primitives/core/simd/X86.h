@@ -138,6 +138,10 @@ DORN_INLINE Vec<uint8_t, 16> blocksFrom(As<Vec<uint8_t, 16>>, const uint8_t* bas
     return vec<Vec<uint8_t, 16>>(load128(base + offsets[0]));
 }
 
+DORN_INLINE Vec<uint8_t, 16> sameBlocksFrom(As<Vec<uint8_t, 16>>, const uint8_t* from) {
+    return vec<Vec<uint8_t, 16>>(load128(from));
+}
+
 DORN_INLINE Vec<uint8_t, 16> addSaturated(Vec<uint8_t, 16> a, Vec<uint8_t, 16> b) {
     return vec<Vec<uint8_t, 16>>(_mm_adds_epu8(reg128(a), reg128(b)));
 }

@@ -112,6 +112,10 @@ DORN_INLINE __m256i twinBlock(const uint8_t* from) {
     return _mm256_broadcastsi128_si256(load128(from));
 }
 
+DORN_INLINE Vec<uint8_t, 32> sameBlocksFrom(As<Vec<uint8_t, 32>>, const uint8_t* from) {
+    return vec<Vec<uint8_t, 32>>(twinBlock(from));
+}
+
 DORN_INLINE Vec<uint8_t, 32> twinBlocksFrom(As<Vec<uint8_t, 32>>, const uint8_t* base,
                                             const int32_t* offsets) {
     return vec<Vec<uint8_t, 32>>(twinBlock(base + offsets[0]));

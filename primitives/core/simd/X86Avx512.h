@@ -121,6 +121,10 @@ DORN_INLINE Vec<uint8_t, 64> lookupBlocks(Vec<uint8_t, 64> table, Vec<uint8_t, 6
     return vec<Vec<uint8_t, 64>>(_mm512_shuffle_epi8(reg512(table), reg512(numbers)));
 }
 
+DORN_INLINE Vec<uint8_t, 64> sameBlocksFrom(As<Vec<uint8_t, 64>>, const uint8_t* from) {
+    return vec<Vec<uint8_t, 64>>(_mm512_broadcast_i32x4(load128(from)));
+}
+
 DORN_INLINE Vec<uint8_t, 64> twinBlocksFrom(As<Vec<uint8_t, 64>>, const uint8_t* base,
                                             const int32_t* offsets) {
     const __m512i lower = _mm512_castsi256_si512(twinBlock(base + offsets[0]));

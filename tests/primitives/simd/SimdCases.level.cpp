@@ -134,11 +134,15 @@ constexpr SimdCase
                 binary<VecI16>("i16 mulHighRounded", [](auto a, auto b) { return mulHighRounded(a, b); }),
                 binary<VecU8>("u8 mulPairs", [](auto a, auto b) { return mulPairs(a, bitCast<VecI8>(b)); }),
                 binary<VecU8>("u8 lookupBlocks",
-                              [](auto a, auto b) { return lookupBlocks(a, b & splat<VecU8>(15)); }),
+                              [](auto a, auto b) { return lookupBlocks(a, b & splat<VecU8>(0x8F)); }),
                 {"u8 loadBlocks", VecU8::lanes,
                  [](const void* a, const void*, const void*, void* out, size_t) {
                      const int32_t offsets[] = {7, 0, 31, 2};
                      put(out, loadBlocks<VecU8>(static_cast<const uint8_t*>(a), offsets));
+                 }},
+                {"u8 loadSameBlocks", VecU8::lanes,
+                 [](const void* a, const void*, const void*, void* out, size_t) {
+                     put(out, loadSameBlocks<VecU8>(static_cast<const uint8_t*>(a) + 5));
                  }},
                 {"u8 loadTwinBlocks", VecU8::lanes,
                  [](const void* a, const void*, const void*, void* out, size_t) {
