@@ -5,7 +5,7 @@
 #include "primitives/core/Dispatch.h"
 #include "primitives/resize/ResizeRun.h"
 #include "primitives/resize/ResizeSizing.h"
-#include "primitives/resize/SuperKernels.h"
+#include "primitives/resize/SuperWholeKernels.h"
 
 namespace primitives {
 
@@ -331,71 +331,27 @@ private:
     alignas(64) Ipp8u bytes_[channels == 1 ? kSums + 16 * kGroup : 1] = {};
 };
 
-// Makes a tile at whole ratios, where all weights are 1 and sums are integers. They are exact in single
-// precision too, so that this gives the same pixels as SuperRun.
+// Makes a tile at a whole ratio, if the kernels have a way of their own for it; false if they haven't.
 template <int variant, std::size_t channels>
-class SuperWholeRun {
-public:
-    explicit SuperWholeRun(const ResizeCall& call)
-        : call_(call), countX_(call.plan->axisX.srcReduced), countY_(call.plan->axisY.srcReduced),
-          factor_(superFactor(*call.plan)) {}
-
-    // Whether this run is for the plan.
-    static bool takes(const IppiResizeSpec& plan) {
-        const IppiResizeAxis& x = plan.axisX;
-        const IppiResizeAxis& y = plan.axisY;
-        if (x.dstReduced != 1 || y.dstReduced != 1 || y.srcReduced > kSuperWholeRows) {
-            return false;
-        }
-        const std::size_t pixels = std::size_t{x.srcReduced} * y.srcReduced;
-        return channels == 1 ? isWholeCount(x.srcReduced) && pixels <= 2 * kSuperWholeRows
-                             : x.srcReduced <= kMostColumns && pixels <= kMostPixels;
+bool runWhole(const ResizeCall& call) {
+    const IppiResizeAxis& x = call.plan->axisX;
+    const IppiResizeAxis& y = call.plan->axisY;
+    const IppiSize size = clippedTileSize(call);
+    const auto width = static_cast<std::size_t>(size.width);
+    if (x.dstReduced != 1 || y.dstReduced != 1 || superForm(channels, x.srcReduced) == 0 ||
+        std::size_t{x.srcReduced} * y.srcReduced > kSuperWholePixels ||
+        width <= superFormPixels(variant, channels)) {
+        return false;
     }
-
-    void run() {
-        const IppiSize size = clippedTileSize(call_);
-        const auto width = static_cast<std::size_t>(size.width);
-        const auto srcStep = static_cast<std::ptrdiff_t>(countY_) * call_.srcStep;
-        const bool isAtOnce = superForm(channels, countX_) != 0 && countX_ * countY_ <= 256 &&
-                              width > superFormPixels(variant, channels);
-        for (std::int32_t row = 0; row < size.height; ++row) {
-            const SuperRows rows{call_.src + row * srcStep, call_.srcStep, nullptr, countY_, false};
-            Ipp8u* const to = call_.dst + std::ptrdiff_t{row} * call_.dstStep;
-            if (isAtOnce) {
-                Kernels::makeWholeRow(rows, {width, countX_}, channels, factor_, to);
-            } else {
-                makeRow(rows, width, to);
-            }
-        }
+    const float factor = superFactor(*call.plan);
+    const std::ptrdiff_t step = std::ptrdiff_t{call.srcStep} * static_cast<std::ptrdiff_t>(y.srcReduced);
+    for (std::int32_t row = 0; row < size.height; ++row) {
+        SuperWholeKernels<variant>::makeRow(
+            {call.src + row * step, call.srcStep, nullptr, y.srcReduced, false}, width, x.srcReduced,
+            channels, factor, call.dst + std::ptrdiff_t{row} * call.dstStep);
     }
-
-private:
-    using Kernels = SuperKernels<variant>;
-
-    static constexpr std::size_t kSums = 4096;
-    static constexpr std::size_t kMostColumns = kSums / channels;
-    // Sums of this many pixels are exact in a float.
-    static constexpr std::size_t kMostPixels = (1 << 24) / 255;
-
-    void makeRow(SuperRows rows, std::size_t width, Ipp8u* to) {
-        const std::size_t most = kMostColumns / countX_;
-        for (std::size_t pixel = 0; pixel < width; pixel += most) {
-            const SuperWholeColumns columns{std::min(most, width - pixel), countX_};
-            const std::size_t samples = columns.pixels * countX_ * channels;
-            Kernels::sumWholeRows(rows, samples, sums_);
-            Kernels::sumWholeColumns(columns, channels, sums_, results_);
-            Kernels::finish(results_, columns.pixels * channels, factor_, to + pixel * channels);
-            rows.from += samples;
-        }
-    }
-
-    const ResizeCall& call_;
-    std::size_t countX_;
-    std::size_t countY_;
-    float factor_;
-    alignas(64) std::int16_t sums_[kSums + kSuperWholeMargin] = {};
-    alignas(64) float results_[kSums + kSuperMargin] = {};
-};
+    return true;
+}
 
 template <std::int32_t channels>
 struct ResizeSuper {
@@ -409,8 +365,7 @@ struct ResizeSuper {
                 return status;
             }
             if constexpr (variant >= 2) {
-                if (SuperWholeRun<variant, channels>::takes(*call.plan)) {
-                    SuperWholeRun<variant, channels>(call).run();
+                if (runWhole<variant, channels>(call)) {
                     return resizeDoneStatus(call);
                 }
             }

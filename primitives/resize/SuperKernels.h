@@ -46,32 +46,6 @@ struct SuperColumns {
     bool continues; // the first columns have been summed before
 };
 
-// Destination pixels below each of which lie `count` whole source columns.
-struct SuperWholeColumns {
-    size_t pixels;
-    size_t count;
-};
-
-// Columns of a whole ratio that can be summed with one channel.
-constexpr bool isWholeCount(size_t count) {
-    return count == 2 || count == 4 || count == 8;
-}
-
-// Whole ratios whose rows makeWholeRow makes in one go, from bytes to bytes: by 2, 4 and 8, with more
-// channels by all multiples of 4. 0 for other ratios.
-constexpr size_t superForm(size_t channels, size_t count) {
-    return channels == 1 ? (isWholeCount(count) ? count : 0) : count == 2 ? 2 : count % 4 == 0 ? 4 : 0;
-}
-
-// Pixels that it makes at once.
-constexpr size_t superFormPixels(int variant, size_t channels) {
-    const size_t blocks = variant == 7 ? 4 : variant >= 5 ? 2 : 1;
-    return blocks * (channels == 1 ? 16 : 4);
-}
-
-// Elements behind rows of whole sums that kernels may read.
-constexpr size_t kSuperWholeMargin = 512;
-
 template <int variant>
 struct SuperKernels {
     // Sums `samples` columns of samples for `rowCount` destination rows, whose sums lie `step` elements
@@ -87,15 +61,6 @@ struct SuperKernels {
     static void sumColumns(const SuperColumns& columns, size_t channels, const float* sums, float* to);
     // Sums to pixels: times `factor`, rounded to the nearest.
     static void finish(const float* sums, size_t samples, float factor, uint8_t* to);
-    // The same for whole ratios, where every weight is 1 and sums are integers that 16 bits hold. For
-    // variants 2 to 7.
-    static void sumWholeRows(const SuperRows& rows, size_t samples, int16_t* to);
-    static void sumWholeColumns(const SuperWholeColumns& columns, size_t channels, const int16_t* sums,
-                                float* to);
-    // A row of pixels, for ratios that superForm takes, of at most 256 source pixels each, 128 where they are
-    // two columns. Wants more pixels than superFormPixels.
-    static void makeWholeRow(const SuperRows& rows, const SuperWholeColumns& columns, size_t channels,
-                             float factor, uint8_t* to);
     static void copy(const uint8_t* from, size_t bytes, uint8_t* to);
 };
 
