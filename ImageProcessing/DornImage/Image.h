@@ -46,13 +46,26 @@ public:
     /// A copy with everything that the bitmap carries.
     virtual bool GetClone(Reference<Image>& result);
 
-    /// A copy resized by `zoom` percent, without resolution and metadata.
+    /// A copy with both sides at `zoom` percent, cut to whole pixels, by FreeImage_Rescale, whose kinds of
+    /// pixels and metadata it has: bilinear when it becomes wider, else Catmull-Rom. False for sides below 1
+    /// pixel or beyond int, and above 1 GiB of pixels, computed in 32 bits.
     virtual bool GetZoomed(double zoom, Reference<Image>& result);
 
-    /// A resized copy that keeps the physical size, through its resolution, and the metadata.
+    /// A resized copy with the metadata, of the same size on paper: its resolution changes with its pixels.
+    ///
+    /// When both sides become smaller each pixel is the mean of the area that it covers, whatever `type`
+    /// says; otherwise `type` chooses the interpolation, and a value without a name FreeImage_Rescale.
+    /// Pictures of 8 bits with a grey ramp, 24 and 32 bits keep their depth and each channel is scaled by
+    /// itself. 1 bit comes back as 1 bit, cut at half brightness, 4 bits with greys only as 8-bit grey, and
+    /// other palettes and 16-bit colour as 24-bit colour. What has another depth goes through
+    /// FreeImage_Rescale and stays what it is. Whole and floating-point numbers of 32 bits are taken for four
+    /// bytes, and FreeImage makes nothing of doubles and complex numbers: not for them.
+    /// @return false for sides of 0 or beyond int, for 16-bit grey, and for sources that the interpolation
+    ///         can't begin with: smaller than 2 x 2 pixels for linear, 4 x 4 for cubic, 6 x 6 for Lanczos.
     virtual bool GetScaled(unsigned width, unsigned height, ScaleType type, Reference<Image>& result);
 
-    /// A copy resized to `dpi` dots per inch by the image's own resolution.
+    /// GetScaled with ScaleTypeCubic to `dpi` dots per inch on both axes, by the image's own resolution and
+    /// cut to whole pixels. False without a resolution, for 0, and as GetScaled.
     virtual bool GetChangedResolution(unsigned dpi, Reference<Image>& result);
 
     /// The size in pixels that the picture would have with square pixels at the higher of its two

@@ -14,6 +14,7 @@ using Action = std::function<ExitCode()>;
 // work.
 void addInfoCommand(CLI::App& app, Action& action);
 void addConvertCommand(CLI::App& app, Action& action);
+void addScaleCommand(CLI::App& app, Action& action);
 void addSmoothCommand(CLI::App& app, Action& action);
 void addFormatsCommand(CLI::App& app, Action& action);
 void addSplitCommand(CLI::App& app, Action& action);

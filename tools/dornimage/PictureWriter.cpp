@@ -118,12 +118,11 @@ void PictureWriter::checkHolds(FIBITMAP* bitmap) const {
         return;
     }
     if (type != FIT_BITMAP) {
-        fail(formatName(format_) + " cannot hold pictures of the kind " + pixelTypeName(type) +
-             "; see convert --to");
+        fail(formatName(format_) + " cannot hold pictures of the kind " + pixelTypeName(type) + "; see --to");
     }
     const std::string held = depthsHeld(format_);
     fail(formatName(format_) + " cannot hold " + countOf(depth, "bit") + " a pixel" +
-         (held.empty() ? "" : ", only " + held) + "; see convert --to");
+         (held.empty() ? "" : ", only " + held) + "; see --to");
 }
 
 void PictureWriter::writeWhole(const std::function<bool(FreeImageIO&, fi_handle)>& save) {

@@ -52,6 +52,7 @@ ExitCode parseAndPerform(int argc, const char* const* argv) {
     Action action;
     addInfoCommand(app, action);
     addConvertCommand(app, action);
+    addScaleCommand(app, action);
     addSmoothCommand(app, action);
     addFormatsCommand(app, action);
     addSplitCommand(app, action);
