@@ -39,8 +39,9 @@ DWORD narrow(DWORD value, DWORD mask) {
 }
 
 DWORD packed(const RGBQUAD& colour) {
-    return static_cast<DWORD>(colour.rgbRed) << 16 | static_cast<DWORD>(colour.rgbGreen) << 8 |
-           colour.rgbBlue;
+    DWORD number;
+    std::memcpy(&number, &colour, sizeof number);
+    return number & 0xFFFFFF;
 }
 
 unsigned indexAt(const BYTE* row, std::size_t x, unsigned bits) {
@@ -77,13 +78,13 @@ unsigned nearestIndex(DWORD colour, const ColourTable& colours, unsigned count) 
 
 /* Readers and writers of one pixel as 0x00RRGGBB, a type for each kind of row. */
 
+template <unsigned bits>
 struct Indices {
-    const PixelFormat& format;
     const ColourTable& colours;
 
-    DWORD read(const BYTE* row, std::size_t x) const { return packed(colours[indexAt(row, x, format.bits)]); }
+    DWORD read(const BYTE* row, std::size_t x) const { return packed(colours[indexAt(row, x, bits)]); }
     void write(BYTE* row, std::size_t x, DWORD colour) const {
-        setIndexAt(row, x, format.bits, nearestIndex(colour, colours, format.colours()));
+        setIndexAt(row, x, bits, nearestIndex(colour, colours, 1U << bits));
     }
 };
 
@@ -132,8 +133,12 @@ struct Quads {
 /* Calls `use` with the reader and writer of a format. */
 template <typename Use>
 void withAccess(const PixelFormat& format, const ColourTable& colours, Use use) {
-    if (format.isIndexed()) {
-        use(Indices{format, colours});
+    if (format.bits == 1) {
+        use(Indices<1>{colours});
+    } else if (format.bits == 4) {
+        use(Indices<4>{colours});
+    } else if (format.bits == 8) {
+        use(Indices<8>{colours});
     } else if (format.bits == 24) {
         use(Triples{});
     } else if (format.bits == 16) {

@@ -13,8 +13,12 @@
 namespace {
 
 using DornImage::FIBitmapPtr;
+using DornImage::Image;
+using Picture = dornbase::Reference<Image>;
 
 const std::string data = DORN_TEST_DATA "/";
+
+#ifdef DORN_SCAN2PDF
 
 /// What a command prints; the test fails when the command does.
 std::string output(const std::string& command) {
@@ -103,5 +107,77 @@ TEST(Scan2Pdf, TellsWhatIsNoPage) {
     EXPECT_NE(std::system((command + (scratch / "none.pdf").string() + " 2>/dev/null").c_str()), 0);
     EXPECT_EQ(dorntest::entryCount(scratch.path()), 0);
 }
+
+#endif
+
+#ifdef DORN_VIEWER
+
+/// The screenshot of a session with the dummy video driver.
+FIBITMAP* screenshot(const std::string& keys, const std::string& files) {
+    const dorntest::ScratchDirectory scratch;
+    const std::string file = (scratch / "window.bmp").string();
+    const std::string command = std::string("SDL_VIDEODRIVER=dummy ") + DORN_VIEWER + " --keys '" + keys +
+                                "' --screenshot " + file + " " + files;
+    EXPECT_EQ(std::system(command.c_str()), 0) << command;
+    const FIBitmapPtr shot(FreeImage_Load(FIF_BMP, file.c_str()));
+    return FreeImage_ConvertTo24Bits(shot.get());
+}
+
+/// A dark window of that size with `shown` in its middle, or, if that is larger, its part from (left, top)
+/// on.
+FIBITMAP* expectedWindow(int width, int height, Image& shown, int left = 0, int top = 0) {
+    FIBITMAP* const window = FreeImage_Allocate(width, height, 24);
+    const RGBQUAD dark{64, 64, 64, 0};
+    FreeImage_FillBackground(window, &dark);
+    const int shownWidth = std::min<int>(width, static_cast<int>(shown.GetWidth()));
+    const int shownHeight = std::min<int>(height, static_cast<int>(shown.GetHeight()));
+    const FIBitmapPtr part(
+        FreeImage_Copy(shown.getFIBTMAP(), left, top, left + shownWidth, top + shownHeight));
+    EXPECT_TRUE(FreeImage_Paste(window, FIBitmapPtr(FreeImage_ConvertTo24Bits(part.get())).get(),
+                                (width - shownWidth) / 2, (height - shownHeight) / 2, 256));
+    return window;
+}
+
+Picture load(const std::string& file) {
+    Picture page;
+    EXPECT_TRUE(DornImage::loadImage(data + file, page));
+    return page;
+}
+
+TEST(Viewer, ShowsWhatTheKeysAskFor) {
+    const std::string street = "photos/street_nikon_gps.jpg", map = "depths/palette8.png";
+    const std::string report = "multipage/report_5pages_1bit_g4.tif";
+    const std::string files = data + street + " " + data + map + " " + data + report;
+    const Picture photo = load(street), indexed = load(map), page = load(report);
+    Picture colours, grey, shown;
+
+    ASSERT_TRUE(photo->GetSmoothed(shown, 3, 0.8F)); // as large as the window
+    EXPECT_EQ(dorntest::meanDistance(FIBitmapPtr(screenshot("", files)).get(),
+                                     FIBitmapPtr(expectedWindow(640, 480, *shown)).get()),
+              0);
+
+    // A page taller than the window, first as it fits, then at its own size and moved.
+    ASSERT_TRUE(indexed->convertTo24Bits(colours));
+    ASSERT_TRUE(colours->GetScaled(640 * 480 / 682, 480, Image::ScaleTypeLanczos, shown));
+    EXPECT_EQ(dorntest::meanDistance(FIBitmapPtr(screenshot("n", files)).get(),
+                                     FIBitmapPtr(expectedWindow(640, 480, *shown)).get()),
+              0);
+    Picture smoothed;
+    ASSERT_TRUE(colours->GetSmoothed(smoothed, 3, 0.8F));
+    EXPECT_EQ(dorntest::meanDistance(FIBitmapPtr(screenshot("n1vvv", files)).get(),
+                                     FIBitmapPtr(expectedWindow(640, 480, *smoothed, 0, 120)).get()),
+              0);
+
+    // Backwards to the last of five pages and on to the first of them; turned clockwise; in a larger window.
+    ASSERT_TRUE(page->convertToGrayscale(grey));
+    Picture turned;
+    ASSERT_TRUE(grey->Rotate(270, turned));
+    ASSERT_TRUE(turned->GetScaled(3300 * 600 / 2550, 600, Image::ScaleTypeLanczos, shown));
+    EXPECT_EQ(dorntest::meanDistance(FIBitmapPtr(screenshot("ppppp+r", files)).get(),
+                                     FIBitmapPtr(expectedWindow(800, 600, *shown)).get()),
+              0);
+}
+
+#endif
 
 } // namespace

@@ -58,6 +58,9 @@ TEST(FastView, ShowsScaledOrSmoothedPictures) {
         {picture(makeNoise(20, 16, 24, 1)), 20, 16, false},
         {picture(makeNoise(20, 16, 1, 1)), 20, 16, false},
         {picture(FreeImage_ConvertToRGB16(FIBitmapPtr(makeNoise(20, 16, 24, 1)).get())), 20, 16, false},
+        {picture(makeNoise(50, 41, 1, 1)), 25, 20, true},
+        {picture(FreeImage_ConvertToRGB16(FIBitmapPtr(makeNoise(12, 9, 24, 1)).get())), 25, 20, true},
+        {picture(makeNoise(50, 41, 24, 1)), 25, 20, true},
     };
     for (const auto& test : cases) {
         const unsigned depth = test.source->GetBpp();
