@@ -65,7 +65,7 @@ float kernelAt(float distance) {
     return table[at] + (table[at + 1] - table[at]) * (scaled - static_cast<float>(at));
 }
 
-// With 12 bits at least.
+// The processor's own estimate, with 12 bits at least: the method starts from it.
 float approximateReciprocal(float value) {
 #if defined(DORN_PORTABLE_PRIMITIVES)
     return 1.0F / value;

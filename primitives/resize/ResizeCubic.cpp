@@ -107,23 +107,23 @@ struct ResizeCubicInit {
     }
 };
 
-// The largest sum of absolute weights at a position of a tile.
-double mostWeight(const ResizeSpan& span) {
+// Whether the absolute weights at each position of a tile add up to `limit` at most.
+bool isWithin(const ResizeSpan& span, double limit) {
     const float* weights = span.axis->coef32f + static_cast<std::size_t>(span.offset) * kTaps;
-    double most = 0.0;
     for (std::int32_t i = 0; i < span.size; ++i, weights += kTaps) {
-        const double sum =
+        const float sum =
             std::fabs(weights[0]) + std::fabs(weights[1]) + std::fabs(weights[2]) + std::fabs(weights[3]);
-        // The sum also when it isn't a number.
-        most = sum <= most ? most : sum;
+        if (!(sum <= limit)) { // not a number either
+            return false;
+        }
     }
-    return most;
+    return true;
 }
 
 // Whether pixels may come out so large that they don't fit an integer of 32 bits before they are clamped.
-// Half the range is left for what is lost by rounding.
 bool isLarge(const ResizeTile& tile) {
-    return !(mostWeight(tile.x) * mostWeight(tile.y) * 255.0 < 0x1p30);
+    constexpr double limit = 2048.0; // 255 times its square is below 2^30
+    return !isWithin(tile.x, limit) || !isWithin(tile.y, limit);
 }
 
 template <std::int32_t channels>

@@ -81,20 +81,22 @@ private:
                 blendStrip(form, ring.rows(), range, row, count);
             } else {
                 Ipp8u* const to = tile_.dstRow(row) + std::ptrdiff_t{range.first} * channels;
-                blend(form, ring.rows(), columns.samples, to, tile_.dstStep, row, count);
+                blend(form, ring.rows(), columns.samples, to, tile_.dstStep, kAhead * tile_.dstStep, row,
+                      count);
             }
             row += count;
         }
     }
 
-    // `count` destination rows from `row` on, `step` bytes apart, from the same source rows.
+    // `count` destination rows from `row` on, `step` bytes apart, from the same source rows; those `ahead`
+    // bytes further on are fetched.
     void blend(TapForm form, const float* const* rows, std::size_t samples, Ipp8u* to, std::ptrdiff_t step,
-               std::int32_t row, std::int32_t count) const {
+               std::ptrdiff_t ahead, std::int32_t row, std::int32_t count) const {
         TapTarget targets[kTapTargets];
         for (std::int32_t i = 0; i < count; ++i, to += step) {
             const auto position =
                 static_cast<std::size_t>(tile_.y.offset) + static_cast<std::size_t>(row + i);
-            targets[i] = {to, to + kAhead * step, tile_.y.axis->coef32f + position * taps};
+            targets[i] = {to, to + ahead, tile_.y.axis->coef32f + position * taps};
         }
         if (large_) {
             for (std::int32_t i = 0; i < count; ++i) {
@@ -110,7 +112,7 @@ private:
                     std::int32_t count) {
         const auto samples = static_cast<std::size_t>(
             roundUp(std::int64_t{range.count} * channels, std::int64_t{tapBlock(variant)}));
-        blend(form, rows, samples, strip_, kTapSamples, row, count);
+        blend(form, rows, samples, strip_, kTapSamples, 0, row, count);
         const auto left = static_cast<std::size_t>(range.split) * channels;
         const auto right = static_cast<std::size_t>(range.count) * channels - left;
         for (std::int32_t i = 0; i < count; ++i) {
