@@ -25,33 +25,45 @@ void resizeLanczos(const bench::Picture& from, bench::Picture& to) {
                        });
 }
 
-void addContests(bench::Picture& from, bench::Picture& to) {
-    const std::string channels = " C" + std::to_string(from.channels);
-    const bench::ResizeContest cubic{"cubic" + channels, from, to};
-    bench::addResizeFloor(cubic);
-    bench::addVariants(cubic.name, cubic.pixels(), [&from, &to] { resizeCubic(from, to); });
-    const bench::ResizeContest lanczos{"Lanczos" + channels, from, to};
-    bench::addResizeFloor(lanczos);
-    bench::addVariants(lanczos.name, lanczos.pixels(), [&from, &to] { resizeLanczos(from, to); });
+void addCubic(bench::Picture& from, bench::Picture& to) {
+    const bench::ResizeContest contest{"cubic C" + std::to_string(from.channels), from, to};
+    bench::addResizeFloor(contest);
+    bench::addVariants(contest.name, contest.pixels(), [&from, &to] { resizeCubic(from, to); });
 #if defined(DORN_BENCH_FREEIMAGE)
-    bench::addFreeImage(cubic, FILTER_BSPLINE);
-    bench::addFreeImage(lanczos, FILTER_LANCZOS3);
+    bench::addFreeImage(contest, FILTER_BSPLINE);
 #endif
 #if defined(DORN_BENCH_OPENCV)
-    bench::addOpenCv(cubic, "cubic", cv::INTER_CUBIC);
-    bench::addOpenCv(lanczos, "Lanczos, 4 lobes", cv::INTER_LANCZOS4);
+    bench::addOpenCv(contest, "cubic", cv::INTER_CUBIC);
 #endif
 #if defined(DORN_BENCH_SWSCALE)
-    bench::addSwscale(cubic, SWS_BICUBIC);
-    bench::addSwscale(lanczos, SWS_LANCZOS);
+    bench::addSwscale(contest, SWS_BICUBIC);
 #endif
 #if defined(DORN_BENCH_VIPS)
-    bench::addVips(cubic, VIPS_KERNEL_CUBIC);
-    bench::addVips(lanczos, VIPS_KERNEL_LANCZOS3);
+    bench::addVips(contest, VIPS_KERNEL_CUBIC);
 #endif
 #if defined(DORN_BENCH_ZIMG)
-    bench::addZimg(cubic, ZIMG_RESIZE_BICUBIC);
-    bench::addZimg(lanczos, ZIMG_RESIZE_LANCZOS);
+    bench::addZimg(contest, ZIMG_RESIZE_BICUBIC);
+#endif
+}
+
+void addLanczos(bench::Picture& from, bench::Picture& to) {
+    const bench::ResizeContest contest{"Lanczos C" + std::to_string(from.channels), from, to};
+    bench::addResizeFloor(contest);
+    bench::addVariants(contest.name, contest.pixels(), [&from, &to] { resizeLanczos(from, to); });
+#if defined(DORN_BENCH_FREEIMAGE)
+    bench::addFreeImage(contest, FILTER_LANCZOS3);
+#endif
+#if defined(DORN_BENCH_OPENCV)
+    bench::addOpenCv(contest, "Lanczos, 4 lobes", cv::INTER_LANCZOS4);
+#endif
+#if defined(DORN_BENCH_SWSCALE)
+    bench::addSwscale(contest, SWS_LANCZOS);
+#endif
+#if defined(DORN_BENCH_VIPS)
+    bench::addVips(contest, VIPS_KERNEL_LANCZOS3);
+#endif
+#if defined(DORN_BENCH_ZIMG)
+    bench::addZimg(contest, ZIMG_RESIZE_LANCZOS);
 #endif
 }
 
@@ -64,7 +76,9 @@ int main(int argc, char** argv) {
     std::list<bench::Picture> pictures;
     for (const int channels : {1, 3, 4}) {
         bench::Picture& from = pictures.emplace_back(bench::makePage(channels, 1240, 1754));
-        addContests(from, pictures.emplace_back(2480, 3508, channels));
+        bench::Picture& to = pictures.emplace_back(2480, 3508, channels);
+        addCubic(from, to);
+        addLanczos(from, to);
     }
     return bench::run(argc, argv);
 }

@@ -26,11 +26,11 @@ inline RowBytes readableBytes(std::int64_t firstTap, std::int64_t lastTap, std::
             std::max(lastTap + 1, std::int64_t{srcSize}) * channels - 1};
 }
 
-// What has to lie in a window, in bytes from the sample of the pixel that the index names.
+// What a window serves, in bytes.
 struct WindowReach {
-    std::int64_t first;  // the sample that is looked up, as `first` bytes from that sample
-    std::int64_t inside; // the last byte of the window that is looked up, from the sample at `first`
-    std::int64_t behind; // the window is read again, up to this many bytes further on
+    std::int64_t first;  // from the sample of the pixel that the index names to the one that is looked up
+    std::int64_t inside; // from there to the last byte that is looked up in the same window
+    std::int64_t behind; // to the last place where the window is read again
 };
 
 // Describes the window for `group` samples from `sample` on, where pixel i is at index[i]: its first byte,

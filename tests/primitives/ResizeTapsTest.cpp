@@ -88,9 +88,11 @@ TEST_P(ResizeTaps, GivesTheReferencesPixels) {
     }
 }
 
-// Rows of several parts, and every way to the bytes of a row: enlarged, reduced to a half and to a fifth.
+// Rows of several parts, and every way to the bytes of a row: enlarged, reduced to a half and further. In the
+// last row the strips are wider than a part.
 TEST_P(ResizeTaps, GivesTheReferencesPixelsInWideRows) {
-    constexpr int widths[][2] = {{1240, 2480}, {1009, 3013}, {2900, 1401}, {4400, 1097}, {9000, 1050}};
+    constexpr int widths[][2] = {{1240, 2480}, {1009, 3013}, {2900, 1401},
+                                 {4400, 1097}, {9000, 1050}, {7, 2503}};
     std::mt19937 random(5);
     for (const auto& width : widths) {
         for (const int channels : {1, 3, 4}) {
