@@ -1,5 +1,6 @@
 #include "primitives/resize/ResizeSuper.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "primitives/core/Dispatch.h"
@@ -250,18 +251,30 @@ private:
         columns.count = x_.entries();
         const std::size_t last = columns.pixels - 1;
         const auto distance = static_cast<std::size_t>(columns.starts[last] - columns.origin);
-        sumRows(columns.origin, distance + x_.usedEntries(pixel + last));
-        if constexpr (channels == 1) {
+        const std::size_t sourceColumns = distance + x_.usedEntries(pixel + last);
+        sumRows(columns.origin, sourceColumns);
+        if (columns.count == 1) { // nothing to sum along the rows
+            finishRows(columns.pixels, pixel, [this](std::size_t row) { return sums_ + row * kRowSums; });
+        } else if constexpr (channels == 1) {
+            interleave(sourceColumns);
             Kernels::sumColumns(columns, channels, results_, sums_);
             Kernels::finish(sums_, columns.pixels * kGroup, factor_, bytes_);
             Kernels::deal(bytes_, columns.pixels, to_, group_, pixel);
         } else {
-            for (std::size_t i = 0; i < group_; ++i) {
-                Kernels::sumColumns(columns, channels, sums_ + i * kRowSums, results_);
-                Kernels::finish(results_, columns.pixels * channels, factor_, to_[i] + pixel * channels);
-            }
+            finishRows(columns.pixels, pixel, [&](std::size_t row) {
+                Kernels::sumColumns(columns, channels, sums_ + row * kRowSums, results_);
+                return results_;
+            });
         }
         return columns.pixels;
+    }
+
+    // Pixels from `pixel` on in all rows of the group; sumsOf(row) gives their sums.
+    template <typename SumsOf>
+    void finishRows(std::size_t pixels, std::size_t pixel, SumsOf sumsOf) {
+        for (std::size_t row = 0; row < group_; ++row) {
+            Kernels::finish(sumsOf(row), pixels * channels, factor_, to_[row] + pixel * channels);
+        }
     }
 
     std::size_t pixelsOfBlock(std::size_t pixel) const {
@@ -282,6 +295,7 @@ private:
             columns.continues = done > 0;
             sumRows(columns.origin + static_cast<std::int64_t>(done), columns.count);
             if constexpr (channels == 1) {
+                interleave(columns.count);
                 Kernels::sumColumns(columns, channels, results_, totals);
             } else {
                 for (std::size_t i = 0; i < group_; ++i) {
@@ -298,7 +312,7 @@ private:
         }
     }
 
-    // Sums down source columns, for all rows of the group; with one channel the rows come interleaved.
+    // Sums down source columns, for all rows of the group.
     void sumRows(std::int64_t column, std::size_t columns) {
         const std::size_t samples = columns * channels;
         SuperRows rows[kGroup];
@@ -310,9 +324,11 @@ private:
         for (std::size_t i = 0; i < group_; ++i) {
             std::fill_n(sums_ + i * kRowSums + samples, kZeros, 0.0F);
         }
-        if constexpr (channels == 1) {
-            Kernels::interleave(sums_, kRowSums, samples + kZeros - 4, results_);
-        }
+    }
+
+    // The rows of the group in one, with half of the zeros behind them.
+    void interleave(std::size_t columns) {
+        Kernels::interleave(sums_, kRowSums, columns + kZeros / 2, results_);
     }
 
     const ResizeCall& call_;
