@@ -1,16 +1,11 @@
 #include "ImageProcessing/DornImage/Smoothing.h"
 
 #include "ImageProcessing/DornImage/NewImage.h"
-#include "primitives/primitives.h"
+#include "ImageProcessing/DornImage/PrimitiveBlock.h"
 
 #include <cstdint>
-#include <memory>
 
 namespace {
-
-struct FreeBlock {
-    void operator()(void* block) const { ippsFree(block); }
-};
 
 /// A filter for the pictures of one size and depth, with the memory that it works in.
 class GaussianFilter {
@@ -57,8 +52,8 @@ private:
 
     unsigned depth_ = 0;
     IppiSize size_ = {};
-    std::unique_ptr<Ipp8u, FreeBlock> spec_;
-    std::unique_ptr<Ipp8u, FreeBlock> buffer_;
+    DornImage::PrimitiveBlock spec_;
+    DornImage::PrimitiveBlock buffer_;
 };
 
 void copyFacts(FIBITMAP* src, FIBITMAP* dst) {

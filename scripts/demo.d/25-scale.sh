@@ -1,4 +1,4 @@
-section "Sizes" "Thumbnails: no moiré, no jagged letters, and a fax in the shape that it has on paper. A page of black and white keeps its shades with --to grey. Then a page at half its resolution, and a small picture enlarged by each method: linear shows the grid of pixels, cubic is soft, lanczos is sharp with faint seams along edges."
+section "Sizes" "Thumbnails: no moiré, no jagged letters, and a fax in the shape that it has on paper. A page of black and white keeps its shades with --to grey. Then a page at half its resolution, and a small picture enlarged by each method: linear shows the grid of pixels, cubic is soft, lanczos is sharp with a faint light or dark line along edges."
 thumbnail() {
     make scale "$data/$1" "$results/thumbnail_$2" --fit 240x240 "${@:3}"
     compare "$data/$1" "$results/thumbnail_$2"
