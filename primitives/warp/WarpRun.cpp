@@ -199,8 +199,9 @@ private:
 
     void write(const Ipp8u* from, WarpColumns columns, IppiPoint at) const {
         if (columns.first <= columns.last) {
+            const auto count = static_cast<std::size_t>(columns.last - columns.first + 1);
             std::memcpy(tile_.pixel(at.x + columns.first, at.y), from + columns.first * tile_.channels,
-                        static_cast<std::size_t>((columns.last - columns.first + 1) * tile_.channels));
+                        count * static_cast<std::size_t>(tile_.channels));
         }
     }
 
