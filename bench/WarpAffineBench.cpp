@@ -78,11 +78,13 @@ void addLeptonica(const Turn& turn) {
         PIX* turned = pixRotateAM(pix, radians, L_BRING_IN_WHITE);
         pixDestroy(&turned);
     });
-    turn.add("Leptonica pixRotateShear, no blending", [pix, turn, radians] {
-        PIX* turned =
-            pixRotateShear(pix, turn.from.width / 2, turn.from.height / 2, radians, L_BRING_IN_WHITE);
-        pixDestroy(&turned);
-    });
+    if (turn.angle <= 20) { // it warns of larger ones
+        turn.add("Leptonica pixRotateShear, no blending", [pix, turn, radians] {
+            PIX* turned =
+                pixRotateShear(pix, turn.from.width / 2, turn.from.height / 2, radians, L_BRING_IN_WHITE);
+            pixDestroy(&turned);
+        });
+    }
 }
 #endif
 

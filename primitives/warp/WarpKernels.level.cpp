@@ -267,7 +267,7 @@ DORN_INLINE void prefetchLine(const WarpSource& source, WarpLine line, int count
         int32_t offsets[kRows];
         simd::store(offsets, placeOf<channels, kWarpClamped>(frame, x, y).offset);
         for (const int32_t offset : offsets) {
-            simd::prefetch(frame.pixels + offset);
+            simd::prefetchFar(frame.pixels + offset);
         }
         advance(x, nextX);
         advance(y, nextY);

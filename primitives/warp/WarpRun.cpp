@@ -9,14 +9,15 @@
 namespace primitives {
 namespace {
 
-// Rows that are made in one pass along the tile. The patch of the source that these rows of kWarpBlockColumns
-// pixels come from stays in the nearest cache at any angle.
+// Source rows passed from column to column from which on a warp is steep. Below, the processor finds out by
+// itself which memory comes next, if there are few rows at a time; above, the source has to be asked for.
+constexpr double kSteepSlope = 0.125;
+// Rows that are made in one pass along the tile, at most and in a warp that isn't steep. The patch of the
+// source that they and kWarpBlockColumns columns come from stays in the nearest cache at any angle.
 constexpr int kBandRows = 64;
+constexpr int kFlatBandRows = 32;
 constexpr int kLeastBlockRows = 4;
 
-// Source rows passed from column to column from which on the source is asked for ahead. Below, the processor
-// finds out by itself.
-constexpr double kPrefetchSlope = 0.125;
 // Bytes that lie between the places that are asked for ahead: a bit less than the memory's lines have.
 constexpr double kPrefetchBytes = 48;
 // Where the places are so far apart that each pixel has lines of its own, this many columns or rows are
@@ -47,7 +48,7 @@ public:
     WarpSampler(const WarpTile& tile, const WarpFunctions& functions)
         : tile_(tile), functions_(functions), record_(*tile.record),
           kind_(warpBorderKind(record_.borderType)), isPlain_(!suitsKernels(tile.source, tile.channels)),
-          border_(record_) {}
+          isSteep_(std::fabs(record_.backward[3]) >= kSteepSlope), border_(record_) {}
 
     void run() {
         if (kind_ == ippBorderConst) {
@@ -59,7 +60,7 @@ public:
         rowX_ = b[1] * tile_.offset.y + b[2];
         rowY_ = b[4] * tile_.offset.y + b[5];
         for (std::int32_t row = 0; row < tile_.size.height;) {
-            const std::int32_t rows = std::min(kBandRows, tile_.size.height - row);
+            const std::int32_t rows = std::min(isSteep_ ? kBandRows : kFlatBandRows, tile_.size.height - row);
             makeBand(row, rows);
             row += rows;
         }
@@ -71,10 +72,9 @@ private:
         for (int block = 0; block < blocks; ++block) {
             startBlock(band_[block]);
         }
-        const bool isSteep = !isPlain_ && std::fabs(record_.backward[3]) >= kPrefetchSlope;
         for (std::int32_t column = 0; column < tile_.size.width;) {
             const std::int32_t columns = std::min(kWarpBlockColumns, tile_.size.width - column);
-            if (column + columns < tile_.size.width && isSteep) {
+            if (column + columns < tile_.size.width && isSteep_ && !isPlain_) {
                 const WarpPositions& at = band_[0];
                 prefetchSource(at.x[0] + columns * at.stepX, at.y[0] + columns * at.stepY);
             }
@@ -225,6 +225,7 @@ private:
     const IppiWarpSpec& record_;
     std::uint32_t kind_;
     bool isPlain_;
+    bool isSteep_;
     WarpBorderPixel border_;
     double rowX_ = 0.0;
     double rowY_ = 0.0;

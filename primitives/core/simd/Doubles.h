@@ -63,6 +63,11 @@ DORN_INLINE Vec<uint32_t, n> gather32(const uint8_t* base, Vec<int32_t, n> offse
     return result;
 }
 
+// Asks for a cache line a good while ahead of its use: it need not come into the nearest cache.
+DORN_INLINE void prefetchFar(const void* address) {
+    __builtin_prefetch(address, 0, 2);
+}
+
 #if !defined(DORN_PORTABLE_PRIMITIVES)
 
 struct EvenWords {
