@@ -204,8 +204,9 @@ DORN_INLINE void sumPixels(SuperColumns columns, const float* sums, float* to) {
         int32_t offsets[kPixels];
 #pragma GCC unroll 2
         for (size_t i = 0; i < kPixels; ++i) {
-            const size_t at = pixel + i < columns.pixels ? pixel + i : pixel;
-            weights[i] = takeWeights(columns, next);
+            const bool isThere = pixel + i < columns.pixels; // else the first one once more
+            const size_t at = isThere ? pixel + i : pixel;
+            weights[i] = isThere ? takeWeights(columns, next) : weights[0];
             offsets[i] = (columns.starts[at] - columns.origin) * static_cast<int32_t>(step * sizeof(float));
         }
         Pixels sum = columns.continues ? load<Pixels>(to) : zero<Pixels>();
