@@ -161,11 +161,12 @@ HGLOBAL makeDib(HBITMAP bitmap, HDC dc, BITMAPINFOHEADER& header) {
         ::GlobalFree(memory);
         return nullptr;
     }
-    BYTE* const block = static_cast<BYTE*>(::GlobalLock(whole));
-    const int lines =
-        ::GetDIBits(dc, bitmap, 0, static_cast<UINT>(header.biHeight), block + frontBytes(header),
-                    reinterpret_cast<BITMAPINFO*>(block), DIB_RGB_COLORS);
-    ::GlobalUnlock(whole);
+    int lines = 0;
+    if (BYTE* const block = static_cast<BYTE*>(::GlobalLock(whole))) {
+        lines = ::GetDIBits(dc, bitmap, 0, static_cast<UINT>(header.biHeight), block + frontBytes(header),
+                            reinterpret_cast<BITMAPINFO*>(block), DIB_RGB_COLORS);
+        ::GlobalUnlock(whole);
+    }
     // When the system refuses pixels that it has described, the block is given up and not freed.
     return lines != 0 ? whole : nullptr;
 }
