@@ -207,7 +207,7 @@ TEST(Dib, RefusesHostileHeaders) {
         // A height of 0 is worked out there.
         EXPECT_EQ(FIBitmapPtr(stream.convert()).get() != nullptr, i == 1) << "case " << i;
     }
-    for (const std::size_t size : {0, 1, 15, 16, 39, 40, 1000}) {
+    for (const std::size_t size : {0u, 1u, 15u, 16u, 39u, 40u, 1000u}) {
         EXPECT_EQ(convertBlock(Bytes(good.begin(), good.begin() + static_cast<int>(size))), nullptr) << size;
     }
     EXPECT_EQ(FreeImage_ConvertFromDIB(nullptr), nullptr);

@@ -25,7 +25,7 @@ Picture picture(FIBITMAP* bitmap) {
 std::vector<DWORD> drawn(FastView& view, const RECT& source) {
     std::vector<DWORD> surface(40 * 30, 0x123456);
     const HDC dc = dornplatform::createSurfaceContext(surface.data(), 40, 30, 40 * sizeof(DWORD));
-    view.Draw(dc, source, {3, 2, 3 + source.right - source.left, 2 + source.bottom - source.top});
+    view.Draw(dc, source, {3, 2, 3 + (source.right - source.left), 2 + (source.bottom - source.top)});
     DeleteDC(dc);
     return surface;
 }

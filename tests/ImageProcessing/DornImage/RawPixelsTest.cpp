@@ -51,7 +51,7 @@ TEST(RawPixels, CopiesRefuseWhatDoesNotFitAndThenChangeNothing) {
 TEST(RawPixels, BufferAndBitmapAreEachOthersReverse) {
     for (const int width : {1, 5, 6, 21, 64, 101}) {
         for (const int depth : {8, 24}) {
-            const std::vector<char> data = countUp(static_cast<std::size_t>(width) * 4 * (depth / 8));
+            const std::vector<char> data = countUp(static_cast<std::size_t>(width * 4 * (depth / 8)));
             const FIBitmapPtr bitmap(FreeImage_Allocate(width, 4, depth));
             ASSERT_TRUE(
                 (depth == 8 ? FreeImage_Copy8 : FreeImage_Copy24RGB)(bitmap.get(), data.data(), data.size()));
@@ -104,7 +104,7 @@ TEST(RawPixels, Palettes) {
     const FIBitmapPtr bitmap(makeNoise(4, 4, 8, 2));
     const FIBitmapPtr before(FreeImage_Clone(bitmap.get()));
     const Bytes triples(771, 9);
-    for (const unsigned long size : {0, 4, 771}) {
+    for (const unsigned long size : {0u, 4u, 771u}) {
         EXPECT_FALSE(FreeImage_SetPalette24(bitmap.get(), triples.data(), size)) << size;
     }
     EXPECT_FALSE(FreeImage_SetPalette24(FIBitmapPtr(makeNoise(4, 4, 1, 2)).get(), triples.data(), 9));
