@@ -34,11 +34,15 @@ constexpr Method kMethods[] = {
 };
 
 ResizeFunction functionOf(const Method& method, int channels) {
-    constexpr ResizeFunction cubic[] = {ippiResizeCubic_8u_C1R, ippiResizeCubic_8u_C3R,
-                                        ippiResizeCubic_8u_C4R};
-    constexpr ResizeFunction lanczos[] = {ippiResizeLanczos_8u_C1R, ippiResizeLanczos_8u_C3R,
-                                          ippiResizeLanczos_8u_C4R};
-    return (method.code == ippCubic ? cubic : lanczos)[channels / 2];
+    const bool isCubic = method.code == ippCubic;
+    switch (channels) {
+    case 1:
+        return isCubic ? ippiResizeCubic_8u_C1R : ippiResizeLanczos_8u_C1R;
+    case 3:
+        return isCubic ? ippiResizeCubic_8u_C3R : ippiResizeLanczos_8u_C3R;
+    default:
+        return isCubic ? ippiResizeCubic_8u_C4R : ippiResizeLanczos_8u_C4R;
+    }
 }
 
 PlanBlock makePlan(const Method& method, IppiSize src, IppiSize dst, std::size_t misalignment) {
