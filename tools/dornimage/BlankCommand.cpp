@@ -157,6 +157,7 @@ void addBlankCommand(CLI::App& app, Action& action) {
     command
         ->add_option("--picture", options->picture,
                      "Draw the page with the share of each cell of the grid; for one FILE and with --page")
+        ->type_name("FILE")
         ->needs(page);
     command->callback([options, &action] {
         if (!options->picture.empty() && options->run.files.size() > 1) {

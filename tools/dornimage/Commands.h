@@ -22,5 +22,6 @@ void addJoinCommand(CLI::App& app, Action& action);
 void addCpuCommand(CLI::App& app, Action& action);
 void addBlankCommand(CLI::App& app, Action& action);
 void addSkewCommand(CLI::App& app, Action& action);
+void addDescribeCommand(CLI::App& app, Action& action);
 
 #endif

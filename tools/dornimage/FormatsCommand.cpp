@@ -141,8 +141,10 @@ void addFormatsCommand(CLI::App& app, Action& action) {
     const auto options = std::make_shared<Options>();
     CLI::App* const command = app.add_subcommand("formats", "List the formats that can be read and written");
     CLI::Option* const forFile =
-        command->add_option("--for", options->forFile,
-                            "Instead list what to offer for saving this picture, with the filter text");
+        command
+            ->add_option("--for", options->forFile,
+                         "Instead list what to offer for saving this picture, with the filter text")
+            ->type_name("FILE");
     command->add_option("--page", options->page, "Page of that picture, counted from 1 (default 1)")
         ->check(CLI::PositiveNumber)
         ->needs(forFile);

@@ -66,8 +66,10 @@ private:
 void addTransformOptions(CLI::App& command, TransformOptions& options) {
     command.add_option("IN", options.input, "Picture file to read")->required();
     command.add_option("OUT", options.output, "Picture file to write; may be IN")->required();
-    command.add_option("--format", options.format,
-                       "Format to write, by name, extension or MIME type (default: by the name of OUT)");
+    command
+        .add_option("--format", options.format,
+                    "Format to write, by name, extension or MIME type (default: by the name of OUT)")
+        ->type_name("FORMAT");
     command.add_option("--page", options.page, "Take this page only, counted from 1")
         ->check(CLI::PositiveNumber);
     command.add_option("--flags", options.flags, "FreeImage's save flags of the format, as a number");

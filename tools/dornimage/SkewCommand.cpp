@@ -135,6 +135,7 @@ void addSkewCommand(CLI::App& app, Action& action) {
         ->add_option("--picture", options->picture,
                      "Draw the page with lines in the measured direction beside the votes of all directions; "
                      "for one FILE and with --page")
+        ->type_name("FILE")
         ->needs(page);
     command->callback([options, &action] {
         if (!options->picture.empty() && options->run.files.size() > 1) {

@@ -92,10 +92,12 @@ void addSplitCommand(CLI::App& app, Action& action) {
     command->add_option("FILE", options->input, "Picture file to read")->required();
     command->add_option("OUTDIR", options->folder, "Folder to write in; made when it isn't there")
         ->required();
-    command->add_option(
-        "--format", options->format,
-        "Format to write, by name, extension or MIME type (default: PNG, or TIFF where PNG cannot "
-        "hold the page)");
+    command
+        ->add_option(
+            "--format", options->format,
+            "Format to write, by name, extension or MIME type (default: PNG, or TIFF where PNG cannot "
+            "hold the page)")
+        ->type_name("FORMAT");
     addMemoryOption(*command, options->memory);
     command->callback([options, &action] { action = [options] { return Split(*options).run(); }; });
 }

@@ -1,7 +1,6 @@
 #include "Commands.h"
 #include "Text.h"
-
-#include "ImageProcessing/DornImage/DornImage.h"
+#include "VersionText.h"
 
 #include <cstdio>
 #include <exception>
@@ -16,10 +15,6 @@ constexpr char exitCodes[] =
     "3 input cannot be read, 4 output cannot be written, 5 out of memory,\n"
     "6 everything was read, but for some page there is no answer,\n"
     "7 a page has content and --fail-if-content was given.";
-
-std::string version() {
-    return std::string("dornimage ") + DornImage::versionText + " (FreeImage " + FreeImage_GetVersion() + ")";
-}
 
 // CLI11's texts go through here because they repeat arguments as they came.
 ExitCode endOfParsing(const CLI::App& app, const CLI::ParseError& error) {
@@ -46,7 +41,7 @@ ExitCode perform(const Action& action) {
 ExitCode parseAndPerform(int argc, const char* const* argv) {
     CLI::App app("Pictures of scanned documents and photographs: what they are, and in other formats.",
                  "dornimage");
-    app.set_version_flag("--version", version());
+    app.set_version_flag("--version", versionText, "Print version, build and processor variants, and exit");
     app.require_subcommand(1);
     app.footer(exitCodes);
     Action action;
@@ -60,6 +55,7 @@ ExitCode parseAndPerform(int argc, const char* const* argv) {
     addCpuCommand(app, action);
     addBlankCommand(app, action);
     addSkewCommand(app, action);
+    addDescribeCommand(app, action);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
