@@ -49,5 +49,11 @@ if(TARGET dornimage)
   file(RELATIVE_PATH _library_from_tool "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
   set_target_properties(dornimage PROPERTIES INSTALL_RPATH "$ORIGIN/${_library_from_tool}")
   install(TARGETS dornimage RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
+  set(_described "${PROJECT_BINARY_DIR}/tools/dornimage/dornimage")
+  install(FILES "${_described}.man" RENAME dornimage.1
+    DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
+  install(FILES "${_described}.bash" RENAME dornimage
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tools)
+  install(FILES "${_described}.zsh" RENAME _dornimage
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT tools)
 endif()
-install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
