@@ -19,6 +19,9 @@ foreach(_header IN LISTS _headers)
   get_filename_component(_folder "${_path}" DIRECTORY)
   install(FILES "${_header}" DESTINATION "${_include_dir}/${_folder}" COMPONENT dev)
 endforeach()
+# What scripts/make-reference describes.
+list(JOIN _headers "\n" _header_lines)
+file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/public-headers.txt" CONTENT "@_header_lines@\n" @ONLY)
 
 install(EXPORT DornImageTargets NAMESPACE DornImage:: DESTINATION "${_package_dir}" COMPONENT dev)
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/DornImageConfig.cmake.in"
