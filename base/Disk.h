@@ -14,6 +14,7 @@ namespace dorndisk {
 /* A file by name. */
 class DORNIMAGE_API File {
 public:
+    /* Keeps the name; the file is not touched. */
     explicit File(const Velmora::pstring& name);
 
     /* Opens the file as fopen does with that mode. Null on failure. The caller owns the result and closes it

@@ -38,16 +38,20 @@ extern DORNIMAGE_API ThreadMutex g_referencedObjectMutex;
 template <class T>
 class ReferencedImpl : public T {
 public:
+    /* Hands the arguments on to T's constructor. */
     template <class... Args>
     explicit ReferencedImpl(Args&&... args) : T(std::forward<Args>(args)...) {}
     ReferencedImpl(const ReferencedImpl& other) : T(other) {}
+    /* Copies the T; the count stays this object's own. */
     ReferencedImpl& operator=(const ReferencedImpl& other) {
         T::operator=(other);
         return *this;
     }
 
+    /* Takes one reference. */
     void addRef() override { ++refCount; }
 
+    /* Drops one reference; the last one deletes the object. */
     [[gnu::noinline]] void releaseRef() override {
         if (--refCount == 0) {
             delete this;
@@ -63,19 +67,23 @@ private:
 template <class T>
 class ReferencedImplMT : public T {
 public:
+    /* Hands the arguments on to T's constructor. */
     template <class... Args>
     explicit ReferencedImplMT(Args&&... args) : T(std::forward<Args>(args)...) {}
     ReferencedImplMT(const ReferencedImplMT& other) : T(other) {}
+    /* Copies the T; the count stays this object's own. */
     ReferencedImplMT& operator=(const ReferencedImplMT& other) {
         T::operator=(other);
         return *this;
     }
 
+    /* Takes one reference, from any thread. */
     void addRef() override {
         ThreadMutexGuard guard(g_referencedObjectMutex, true);
         ++refCount;
     }
 
+    /* Drops one reference, from any thread; the last one deletes the object, outside the mutex. */
     [[gnu::noinline]] void releaseRef() override {
         ThreadMutexGuard guard(g_referencedObjectMutex, true);
         if (--refCount == 0) {
@@ -107,6 +115,7 @@ public:
     Reference(Reference&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
     ~Reference() { dropReference(); }
 
+    /* Takes one reference to `object`, unless null. */
     Reference& operator=(T* object) {
         dropReference();
         object_ = object;
@@ -114,6 +123,7 @@ public:
         return *this;
     }
 
+    /* Takes one reference to what the other one holds. */
     Reference& operator=(const Reference& other) {
         if (this != &other) {
             *this = other.object_;
@@ -121,6 +131,7 @@ public:
         return *this;
     }
 
+    /* The reference moves over and leaves null behind; nothing is counted but the drop of the old one. */
     Reference& operator=(Reference&& other) noexcept {
         if (this != &other) {
             T* const object = std::exchange(other.object_, nullptr);
@@ -130,9 +141,11 @@ public:
         return *this;
     }
 
+    /* The object, still the reference's, or null. */
     T* get() const { return object_; }
     T* operator->() const { return object_; }
     T& operator*() const { return *object_; }
+    /* Whether there is an object. */
     explicit operator bool() const { return object_ != nullptr; }
 
 private:

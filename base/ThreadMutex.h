@@ -12,6 +12,8 @@ public:
     ThreadMutex(const ThreadMutex&) = delete;
     ThreadMutex& operator=(const ThreadMutex&) = delete;
 
+    /* Waits for the mutex, unless this thread holds it; every lock is undone by an unlock of the same thread.
+     */
     void lock() { mutex_.lock(); }
     void unlock() { mutex_.unlock(); }
 

@@ -29,6 +29,7 @@ public:
     using std::string::operator=;
 
     u8string() = default;
+    /* Takes the bytes as they are. */
     u8string(const std::string& text) : std::string(text) {}
     u8string(std::string&& text) noexcept : std::string(std::move(text)) {}
     u8string(const u8string&) = default;
@@ -50,6 +51,7 @@ public:
     using std::wstring::operator=;
 
     astring() = default;
+    /* Takes the characters as they are. */
     astring(const std::wstring& text) : std::wstring(text) {}
     astring(std::wstring&& text) noexcept : std::wstring(std::move(text)) {}
     /* From text in the system code page, through c_acpu16; null gives an empty text. */
@@ -88,6 +90,7 @@ public:
     U8StringBuilder& appendInAcp(const char* text);
     U8StringBuilder& appendInAcp(const wchar_t* text);
 
+    /* What was put together so far; valid while the builder lives. */
     operator const u8string&() const { return text_; }
 
 private:
@@ -102,6 +105,7 @@ public:
     /* Adds the decimal text of the number. */
     AStringBuilder& append(int number);
 
+    /* What was put together so far; valid while the builder lives. */
     operator const astring&() const { return text_; }
 
 private:

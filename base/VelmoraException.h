@@ -16,9 +16,9 @@ class DORNIMAGE_API VelmoraException {
 public:
     /* One message with the source position that reported it. */
     struct Error {
-        Velmora::u8string fileName;
-        unsigned line;
-        Velmora::u8string message;
+        Velmora::u8string fileName; /* without an extension */
+        unsigned line;              /* from 1 */
+        Velmora::u8string message;  /* UTF-8, as it was told */
     };
 
     VelmoraException() = default;

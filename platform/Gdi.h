@@ -12,19 +12,22 @@ struct HBITMAP__;
 struct HDC__;
 struct HPALETTE__;
 struct HWND__;
+
+/// A bitmap, a device context, a palette and a window.
 using HBITMAP = HBITMAP__*;
 using HDC = HDC__*;
 using HPALETTE = HPALETTE__*;
 using HWND = HWND__*;
+
 /// Any of HBITMAP and HPALETTE.
 using HGDIOBJ = void*;
 
-/// A rectangle; right and bottom are the first column and line outside.
+/// A rectangle in pixels.
 struct RECT {
-    LONG left;
-    LONG top;
-    LONG right;
-    LONG bottom;
+    LONG left;   ///< first column
+    LONG top;    ///< first line
+    LONG right;  ///< one past the last column
+    LONG bottom; ///< one past the last line
 };
 
 #endif

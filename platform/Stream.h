@@ -25,16 +25,16 @@ constexpr DWORD STGTY_STREAM = 2;
 
 /* What Stat tells. The library looks at `cbSize` alone, the length in bytes. */
 struct STATSTG {
-    wchar_t* pwcsName;
-    DWORD type;
-    ULARGE_INTEGER cbSize;
-    FILETIME mtime;
-    FILETIME ctime;
-    FILETIME atime;
-    DWORD grfMode;
-    DWORD grfLocksSupported;
-    DWORD grfStateBits;
-    DWORD reserved;
+    wchar_t* pwcsName;       /* null with STATFLAG_NONAME */
+    DWORD type;              /* STGTY_STREAM */
+    ULARGE_INTEGER cbSize;   /* bytes */
+    FILETIME mtime;          /* last written */
+    FILETIME ctime;          /* made */
+    FILETIME atime;          /* last read */
+    DWORD grfMode;           /* how it was opened */
+    DWORD grfLocksSupported; /* 0: none */
+    DWORD grfStateBits;      /* 0 */
+    DWORD reserved;          /* 0 */
 };
 
 /* A counted stream that a user of the library may implement. The count starts at 1 with its maker; AddRef and
@@ -51,11 +51,13 @@ public:
        in `read`, which may be null. S_OK, or S_FALSE when fewer were left; a failure code when nothing was
        read. */
     virtual HRESULT Read(void* buffer, ULONG size, ULONG* read) = 0;
+    /* Writes `size` bytes where the stream stands and moves it on; `written` may be null. */
     virtual HRESULT Write(const void* data, ULONG size, ULONG* written);
     /* Moves by `offset` from `origin` (STREAM_SEEK_SET, _CUR or _END) and stores the new place, in bytes from
        the start, in `position`, which may be null. A place beyond the end is allowed, one before the start
        fails and leaves the stream where it stood. */
     virtual HRESULT Seek(LARGE_INTEGER offset, DWORD origin, ULARGE_INTEGER* position) = 0;
+    /* The rest of the desktop system's interface, which the library never calls. */
     virtual HRESULT SetSize(ULARGE_INTEGER size);
     virtual HRESULT CopyTo(IStream* target, ULARGE_INTEGER size, ULARGE_INTEGER* read,
                            ULARGE_INTEGER* written);
@@ -65,6 +67,7 @@ public:
     virtual HRESULT UnlockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER size, DWORD type);
     /* Tells about the stream; `flags` is STATFLAG_DEFAULT or STATFLAG_NONAME. */
     virtual HRESULT Stat(STATSTG* stat, DWORD flags) = 0;
+    /* A second stream over the same bytes, which the library never asks for. */
     virtual HRESULT Clone(IStream** stream);
 
 protected:

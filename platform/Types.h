@@ -13,12 +13,16 @@
 #include <cstddef>
 #include <cstdint>
 
+/* A truth value, 0 for false; numbers without a sign of 8, 16 and 32 bits, and 32 bits with and without one.
+ */
 typedef int32_t BOOL;
 typedef uint8_t BYTE;
 typedef uint16_t WORD;
 typedef uint32_t DWORD;
 typedef int32_t LONG;
 typedef uint32_t ULONG;
+
+/* The outcome of an operation, one of the results below: negative is failure. */
 typedef int32_t HRESULT;
 typedef uint32_t UINT;
 typedef std::size_t SIZE_T;
@@ -26,10 +30,10 @@ typedef void* HANDLE;
 typedef void* HGLOBAL;
 
 #ifndef FALSE
-#define FALSE 0
+#define FALSE 0 /* of a BOOL */
 #endif
 #ifndef TRUE
-#define TRUE 1
+#define TRUE 1 /* of a BOOL */
 #endif
 
 /* A 64-bit number with its halves. */
@@ -38,21 +42,22 @@ union LARGE_INTEGER {
         DWORD LowPart;
         LONG HighPart;
     };
-    int64_t QuadPart;
+    int64_t QuadPart; /* the whole number */
 };
 
+/* The same without a sign. */
 union ULARGE_INTEGER {
     __extension__ struct {
         DWORD LowPart;
         DWORD HighPart;
     };
-    uint64_t QuadPart;
+    uint64_t QuadPart; /* the whole number */
 };
 
 /* A point in time, in steps of 100 ns since the year 1601. */
 struct FILETIME {
-    DWORD dwLowDateTime;
-    DWORD dwHighDateTime;
+    DWORD dwLowDateTime;  /* lower 32 bits */
+    DWORD dwHighDateTime; /* upper 32 bits */
 };
 
 /* Results: negative is failure. */
@@ -69,6 +74,7 @@ constexpr HRESULT STG_E_INVALIDPOINTER = static_cast<HRESULT>(0x80030009u);
 constexpr HRESULT STG_E_READFAULT = static_cast<HRESULT>(0x8003001Eu);
 constexpr HRESULT STG_E_INVALIDFLAG = static_cast<HRESULT>(0x800300FFu);
 
+/* Which of the two a result is. */
 constexpr bool SUCCEEDED(HRESULT result) {
     return result >= 0;
 }

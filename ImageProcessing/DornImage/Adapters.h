@@ -26,6 +26,7 @@ public:
         AdapterFailed = 2,     ///< the step tried and failed; `result` stays
     };
 
+    /// Works on `image`, which may not be null.
     virtual AdapterStatus apply(Image* image, Reference<Image>& result) = 0;
 
 protected:
@@ -58,6 +59,7 @@ public:
     ColourLoadAdapter& operator=(const ColourLoadAdapter&);
     ColourLoadAdapter& operator=(ColourLoadAdapter&&) noexcept;
 
+    /// Failed when a picture that needs the change can't be changed.
     AdapterStatus apply(Image* image, Reference<Image>& result) override;
 };
 
@@ -74,6 +76,7 @@ public:
     DPIUnifAdapter& operator=(const DPIUnifAdapter&);
     DPIUnifAdapter& operator=(DPIUnifAdapter&&) noexcept;
 
+    /// Failed when a picture that needs the change can't be changed.
     AdapterStatus apply(Image* image, Reference<Image>& result) override;
 };
 

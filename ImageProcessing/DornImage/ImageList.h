@@ -75,6 +75,7 @@ public:
     /// The page's file, empty when it has none or for an index beyond the end.
     Velmora::u8string GetImagePath(unsigned index);
 
+    /// Number of pages, in memory and in files.
     std::size_t GetCount() const;
 
     /// Tells that the page in memory was changed: its file is deleted, also one that was only referred to.
@@ -104,7 +105,9 @@ protected:
     class CacheBitmap {
     public:
         CacheBitmap() = default;
+        /// Lends what the other one points to.
         CacheBitmap(const CacheBitmap& other) : bitmap_(other.bitmap_) {}
+        /// Lends what the other one points to; the bitmap that was held is not closed.
         CacheBitmap& operator=(const CacheBitmap& other) {
             if (this != &other) {
                 owned_ = owned_ && bitmap_ == other.bitmap_;
@@ -112,11 +115,13 @@ protected:
             }
             return *this;
         }
+        /// Takes the bitmap into ownership, unless null; the one that was held is not closed.
         CacheBitmap& operator=(FIMULTIBITMAP* bitmap) {
             bitmap_ = bitmap;
             owned_ = bitmap != nullptr;
             return *this;
         }
+        /// The bitmap, or null; and whether it is this object's to close.
         operator FIMULTIBITMAP*() const { return bitmap_; }
         bool isOwned() const { return owned_; }
 
@@ -142,20 +147,22 @@ protected:
     /// The save flags for temporary files in `cacheFormat`.
     int GetFifFlags();
 
+    /// The two operations of AddExternalImage: a page that stays where it is, and one that is moved into the
+    /// temporary directory, which answers false when it can't be.
     void AddExternalImageRef(FREE_IMAGE_FORMAT format, const Velmora::u8string& path);
     bool MoveInExternalImage(FREE_IMAGE_FORMAT format, const Velmora::u8string& path);
 
-    FREE_IMAGE_FORMAT cacheFormat = FIF_PNG;
-    int jpegCompression = -1;
-    std::vector<std::shared_ptr<ImageItem>> items;
-    std::uint32_t maxSize = 0xA00000;
-    std::uint32_t currentSize = 0;
+    FREE_IMAGE_FORMAT cacheFormat = FIF_PNG;       ///< of temporary files with 8 and 24 bits
+    int jpegCompression = -1;                      ///< save flags of JPEG files; below 1 the codec's own
+    std::vector<std::shared_ptr<ImageItem>> items; ///< the pages in order
+    std::uint32_t maxSize = 0xA00000;              ///< limit in bytes, 0 for none
+    std::uint32_t currentSize = 0;                 ///< bytes of the pages in memory
     /// For derived lists that keep a multi-page file open, with its name in the system code page; the list
     /// itself only closes it.
     CacheBitmap cacheBitmap;
     std::string cacheBitmapPath;
-    TempDirectory tempDirectory;
-    std::uint32_t nextTempIndex = 0;
+    TempDirectory tempDirectory;     ///< goes with the list that made it
+    std::uint32_t nextTempIndex = 0; ///< number in the name of the next temporary file
 
 private:
     bool mustSpill() const;

@@ -24,45 +24,45 @@ typedef uint8_t Ipp8u;
 
 /* A size in pixels. */
 typedef struct IppiSize {
-    int32_t width;
-    int32_t height;
+    int32_t width;  /* across */
+    int32_t height; /* down: rows as they lie in memory */
 } IppiSize;
 
 /* A position in pixels. */
 typedef struct IppiPoint {
-    int32_t x;
-    int32_t y;
+    int32_t x; /* across, from 0 */
+    int32_t y; /* down, from 0: rows as they lie in memory */
 } IppiPoint;
 
 /* Status codes; ippGetStatusString gives the texts. */
 enum {
-    ippStsNoErr = 0,
-    ippStsNoOperation = 1,
-    ippStsNonNativeCpu = 20,
-    ippStsNoPixelsWrn = 30,
-    ippStsCpuNotSupported = 36,
-    ippStsUnknownCacheSize = 37,
-    ippStsNoAntialiasing = 46,
-    ippStsSizeWrn = 48,
-    ippStsFeatureNotSupported = 49,
-    ippStsUnknownFeature = 50,
-    ippStsIncompleteFeatures = 51,
-    ippStsBadArgErr = -5,
-    ippStsSizeErr = -6,
-    ippStsNullPtrErr = -8,
-    ippStsOutOfRangeErr = -11,
-    ippStsDataTypeErr = -12,
-    ippStsStepErr = -14,
-    ippStsContextMatchErr = -17,
-    ippStsInterpolationErr = -22,
-    ippStsMaskSizeErr = -33,
-    ippStsChannelErr = -47,
-    ippStsNumChannelsErr = -53,
-    ippStsCoeffErr = -56,
-    ippStsBorderErr = -225,
-    ippStsWrongDirectionErr = -231,
-    ippStsExceededSizeErr = -232,
-    ippStsNotSupportedModeErr = -9999
+    ippStsNoErr = 0,                  /* success */
+    ippStsNoOperation = 1,            /* a width or height of zero: nothing to do */
+    ippStsNonNativeCpu = 20,          /* processor of another vendor */
+    ippStsNoPixelsWrn = 30,           /* the destination receives no pixels */
+    ippStsCpuNotSupported = 36,       /* the processor lacks SSE2 */
+    ippStsUnknownCacheSize = 37,      /* the cache parameters could not be read */
+    ippStsNoAntialiasing = 46,        /* antialiasing has no effect on this method */
+    ippStsSizeWrn = 48,               /* the tile reaches beyond the destination and was clipped */
+    ippStsFeatureNotSupported = 49,   /* a requested processor feature is absent */
+    ippStsUnknownFeature = 50,        /* a requested feature bit has no meaning */
+    ippStsIncompleteFeatures = 51,    /* the feature mask lacks a bit that its highest feature implies */
+    ippStsBadArgErr = -5,             /* an argument is out of its domain */
+    ippStsSizeErr = -6,               /* a width or height is below the limit of the method */
+    ippStsNullPtrErr = -8,            /* a required pointer is null */
+    ippStsOutOfRangeErr = -11,        /* a position lies outside its range */
+    ippStsDataTypeErr = -12,          /* the data type is not accepted */
+    ippStsStepErr = -14,              /* a row step is too small */
+    ippStsContextMatchErr = -17,      /* the plan was made for another method */
+    ippStsInterpolationErr = -22,     /* the interpolation is not accepted */
+    ippStsMaskSizeErr = -33,          /* a filter window with a side below 1 */
+    ippStsChannelErr = -47,           /* the channel count is not 1 or 3 */
+    ippStsNumChannelsErr = -53,       /* the channel count is not 1, 3 or 4 */
+    ippStsCoeffErr = -56,             /* the transform is singular */
+    ippStsBorderErr = -225,           /* the border kind is not accepted */
+    ippStsWrongDirectionErr = -231,   /* the direction is not 0 or 1 */
+    ippStsExceededSizeErr = -232,     /* a plan or buffer would take 0x7FFFFFFF bytes or more */
+    ippStsNotSupportedModeErr = -9999 /* the mode is not provided */
 };
 
 /* Data types of samples. */

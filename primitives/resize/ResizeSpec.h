@@ -26,12 +26,12 @@ typedef struct IppiResizeAxis {
     uint32_t srcSize;    /* source extent in pixels */
     uint32_t dstSize;    /* destination extent in pixels */
     uint32_t srcReduced; /* both extents divided by their greatest common divisor */
-    uint32_t dstReduced;
-    int32_t* index; /* source positions */
-    float* coef32f; /* coefficients; a run takes the first table of coef32f, coef16 and coef64f */
-    double* coef64f;
-    uint16_t* coef16;
-    void* reserved;
+    uint32_t dstReduced; /* likewise */
+    int32_t* index;      /* source positions */
+    float* coef32f;      /* coefficients; a run takes the first table of coef32f, coef16 and coef64f */
+    double* coef64f;     /* the same in double precision */
+    uint16_t* coef16;    /* the same as weights of 14 bits */
+    void* reserved;      /* null */
     uint32_t leadCount;  /* destination positions whose taps reach below the first source pixel */
     uint32_t trailCount; /* and past the last one */
 } IppiResizeAxis;
@@ -43,14 +43,14 @@ typedef struct IppiResizeSpec {
     uint32_t tableType;     /* ipp32f */
     uint32_t interpolation; /* ippLinear, ippCubic, ippSuper or ippLanczos */
     uint32_t tapsX; /* source pixels that the method reads on each side of a position; 0 for ippSuper */
-    uint32_t tapsY;
+    uint32_t tapsY; /* the same for rows */
     uint32_t antialiasing; /* 0 */
-    uint32_t borderTop;    /* source pixels that are read around a tile */
-    uint32_t borderLeft;
-    uint32_t borderBottom;
-    uint32_t borderRight;
-    IppiResizeAxis axisY;
-    IppiResizeAxis axisX;
+    uint32_t borderTop;    /* source pixels that are read above a tile */
+    uint32_t borderLeft;   /* to its left */
+    uint32_t borderBottom; /* below it */
+    uint32_t borderRight;  /* to its right */
+    IppiResizeAxis axisY;  /* rows */
+    IppiResizeAxis axisX;  /* columns */
 } IppiResizeSpec;
 
 /* The sizes in bytes of a plan and of the scratch block that some Init functions need. A plan's block may lie
