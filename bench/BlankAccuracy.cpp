@@ -91,7 +91,33 @@ std::vector<Plane> pagesOf(const std::string& file) {
     return pages;
 }
 
-FIBITMAP* bitmapOf(const Plane& plane, int dpi) {
+struct Resolution {
+    int x, y; // dots per inch
+};
+constexpr Resolution usual = {300, 300};
+
+// A page of the usual resolution as a coarser scan has it: means of blocks.
+Plane coarser(const Plane& page, Resolution to) {
+    Plane result(page.width * to.x / usual.x, page.height * to.y / usual.y, 0);
+    for (int y = 0; y < result.height; ++y) {
+        const int top = y * usual.y / to.y;
+        const int bottom = (y + 1) * usual.y / to.y;
+        for (int x = 0; x < result.width; ++x) {
+            const int left = x * usual.x / to.x;
+            const int right = (x + 1) * usual.x / to.x;
+            int sum = 0;
+            for (int row = top; row < bottom; ++row) {
+                for (int column = left; column < right; ++column) {
+                    sum += page.at(column, row);
+                }
+            }
+            result.at(x, y) = sum / ((bottom - top) * (right - left));
+        }
+    }
+    return result;
+}
+
+FIBITMAP* bitmapOf(const Plane& plane, Resolution dpi) {
     FIBITMAP* const bitmap = FreeImage_Allocate(plane.width, plane.height, 8);
     for (int y = 0; y < plane.height; ++y) {
         BYTE* const line = FreeImage_GetScanLine(bitmap, plane.height - 1 - y);
@@ -99,8 +125,8 @@ FIBITMAP* bitmapOf(const Plane& plane, int dpi) {
             line[x] = static_cast<BYTE>(std::clamp(plane.at(x, y), 0, 255));
         }
     }
-    FreeImage_SetDotsPerMeterX(bitmap, static_cast<unsigned>(std::lround(dpi / 0.0254)));
-    FreeImage_SetDotsPerMeterY(bitmap, FreeImage_GetDotsPerMeterX(bitmap));
+    FreeImage_SetDotsPerMeterX(bitmap, static_cast<unsigned>(std::lround(dpi.x / 0.0254)));
+    FreeImage_SetDotsPerMeterY(bitmap, static_cast<unsigned>(std::lround(dpi.y / 0.0254)));
     return bitmap;
 }
 
@@ -334,18 +360,20 @@ struct Scores {
     std::map<std::string, std::pair<int, int>> others; // empty pages and pages with content called empty
 };
 
-void judge(Scores& scores, bool hasContent, const std::string& kind, const Plane& plane, int dpi) {
+void judge(Scores& scores, bool hasContent, const std::string& kind, const Plane& plane,
+           Resolution dpi = usual) {
     const FIBitmapPtr bitmap(bitmapOf(plane, dpi));
-    const BlankMeasure measure = measureBlank(BlankPage(bitmap.get()));
+    const BlankPage page(bitmap.get());
+    const BlankMeasure measure = measureBlank(page);
     Score& score = (hasContent ? scores.contents : scores.empties)[kind];
     (measure.verdict == BlankVerdict::empty    ? score.empty
      : measure.verdict == BlankVerdict::unsure ? score.unsure
                                                : score.content)++;
-    const bool gross =
-        hasContent ? measure.verdict == BlankVerdict::empty : measure.verdict == BlankVerdict::content;
-    if (gross) {
-        std::printf("wrong: %s page, %s: %s; ink %.4f, mark %.1f mm", hasContent ? "full" : "empty",
-                    kind.c_str(), measure.reason.c_str(), measure.ink.share, measure.ink.markLength);
+    if (hasContent == (measure.verdict == BlankVerdict::empty)) {
+        std::printf("%s page, %s: %s; at %u %% of the width, %u %% of the height; ink %.4f, mark %.1f mm",
+                    hasContent ? "full" : "empty", kind.c_str(), measure.reason.c_str(),
+                    100 * measure.decisive.left / page.width(), 100 * measure.decisive.bottom / page.height(),
+                    measure.ink.share, measure.ink.markLength);
         for (const SmallCell& faint : measure.faint) {
             std::printf("; at %u %.4f, mark %.1f mm", faint.contrast, faint.share, faint.markLength);
         }
@@ -355,7 +383,7 @@ void judge(Scores& scores, bool hasContent, const std::string& kind, const Plane
         auto& counts = scores.others[method];
         (hasContent ? counts.second : counts.first) += empty ? 1 : 0;
     };
-    note("--ignore-faint", measureBlank(BlankPage(bitmap.get()), true).verdict == BlankVerdict::empty);
+    note("--ignore-faint", measureBlank(page, true).verdict == BlankVerdict::empty);
     for (const int contrast : {20, 40, 60}) {
         for (const double limit : {0.0002, 0.001, 0.005}) {
             DornImage::EmptyPage3Params params{static_cast<std::uint8_t>(contrast), limit, 50, 0, {}};
@@ -393,6 +421,19 @@ Change at(std::function<const Plane&()> choose, double x, double y, double stren
     };
 }
 
+// A character that one of the page's edges cuts in half.
+Change cutByAnEdge(const std::vector<Plane>& from) {
+    return [&from](Plane& page) {
+        const Plane& mark = anyOf(from);
+        const bool upright = pick(0, 1) == 1;
+        const bool far = pick(0, 1) == 1;
+        const int along = pick(200, (upright ? page.height : page.width) - 200);
+        const int size = upright ? mark.width : mark.height;
+        const int across = (far ? upright ? page.width : page.height : 0) - size / 2;
+        stick(page, mark, upright ? across : along, upright ? along : across, 0.8);
+    };
+}
+
 std::vector<std::pair<std::string, Change>> contents(const Marks& marks) {
     const auto any = [](const std::vector<Plane>& from) {
         return [&from]() -> const Plane& { return anyOf(from); };
@@ -405,9 +446,23 @@ std::vector<std::pair<std::string, Change>> contents(const Marks& marks) {
             {"line in the middle", at(any(marks.lines), 0.5, 0.5, 0.8)},
             {"line below", at(any(marks.lines), 0.5, 1, 0.8)},
             {"pale line", at(any(marks.lines), 0.5, 0.3, 0.35)},
+            {"character cut by an edge", cutByAnEdge(marks.characters)},
             {"stamp", at(any(marks.stamps), 0.8, 0.1, 1)},
             {"signature", at(any(marks.signatures), 0.7, 0.8, 1)},
             {"pencilled number", at(any(marks.pencilled), 0.95, 0.03, 1)}};
+}
+
+// Each paper with dust, and with one thing on it as well, scanned more coarsely.
+void judgeCoarser(Scores& scores, const Plane& paper,
+                  const std::vector<std::pair<std::string, Change>>& contents) {
+    for (const Resolution to : {Resolution{75, 75}, {100, 100}, {150, 150}, {200, 200}, {204, 98}}) {
+        const std::string name = " at " + std::to_string(to.x) + " x " + std::to_string(to.y);
+        Plane page = paper;
+        addDust(page);
+        judge(scores, false, "dust" + name, coarser(page, to), to);
+        contents[static_cast<std::size_t>(pick(0, static_cast<int>(contents.size()) - 1))].second(page);
+        judge(scores, true, "any of these" + name, coarser(page, to), to);
+    }
 }
 
 // Windows of real 1-bit pages: empty without a single black pixel, with content when a whole character lies
@@ -415,7 +470,7 @@ std::vector<std::pair<std::string, Change>> contents(const Marks& marks) {
 void judgeCuts(Scores& scores, const std::vector<Plane>& pages, int rounds) {
     constexpr int side = 900;
     for (const Plane& page : pages) {
-        for (int i = 0; i < 40 * rounds; ++i) {
+        for (int i = 0; i < 20 * rounds; ++i) {
             const Plane cut = page.cut(pick(0, page.width - side), pick(0, page.height - side), side, side);
             const std::vector<Box> boxes = marksOf(cut);
             const bool character = std::any_of(boxes.begin(), boxes.end(), [](const Box& box) {
@@ -423,7 +478,7 @@ void judgeCuts(Scores& scores, const std::vector<Plane>& pages, int rounds) {
                        box.right < side - 90 && box.bottom < side - 90;
             });
             if (boxes.empty() || character) {
-                judge(scores, character, "window of a 1-bit page", cut, 300);
+                judge(scores, character, "window of a 1-bit page", cut);
             }
         }
     }
@@ -466,7 +521,9 @@ int main(int argc, char** argv) {
         {"white", grainy(246, 2.5, false, 0)},
         {"tinted", grainy(214, 5, false, 30)},
         {"rough", grainy(196, 9, true, 20)},
-        {"real paper", tiled(pagesOf(folder + "/blank/blank_paper_colour_300dpi.jpg")[0])},
+        // Without the strokes of ink at its upper edge and what is torn at its lower one.
+        {"real paper",
+         tiled(pagesOf(folder + "/blank/blank_paper_colour_300dpi.jpg")[0].cut(0, 220, 1500, 1180))},
         {"show-through", tiled(pagesOf(folder + "/blank/blank_show_through_grey_300dpi.jpg")[0])},
         {"1-bit specks", repeated(pagesOf(folder + "/blank/blank_specks_1bit_g4_300dpi.tif")[0])}};
 
@@ -476,7 +533,7 @@ int main(int argc, char** argv) {
             for (const auto& [blemishName, blemish] : blemishes()) {
                 Plane empty = paper;
                 blemish(empty);
-                judge(scores, false, paperName + ", " + blemishName, empty, 300);
+                judge(scores, false, paperName + ", " + blemishName, empty);
             }
             for (const auto& [contentName, content] : contents(marks)) {
                 Plane page = paper;
@@ -486,8 +543,9 @@ int main(int argc, char** argv) {
                     addDarkEdges(page);
                 }
                 content(page);
-                judge(scores, true, contentName, page, 300);
+                judge(scores, true, contentName, page);
             }
+            judgeCoarser(scores, paper, contents(marks));
         }
     }
     std::vector<Plane> bilevel = report;

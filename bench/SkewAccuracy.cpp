@@ -81,7 +81,7 @@ Answer plainDetector(FIBITMAP* page) {
 Answer leptonica(FIBITMAP* page) {
     const auto width = static_cast<l_int32>(FreeImage_GetWidth(page));
     const auto height = static_cast<l_int32>(FreeImage_GetHeight(page));
-    const auto threshold = static_cast<int>(splitLevels(reduced(page, 2)).threshold);
+    const auto threshold = static_cast<int>(splitLevels(reduced(page, 2, 2)).threshold);
     PIX* bits = pixCreate(width, height, 1);
     for (l_int32 y = 0; y < height; ++y) {
         const BYTE* const from = FreeImage_GetScanLine(page, height - 1 - y);

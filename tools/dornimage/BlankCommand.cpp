@@ -26,8 +26,8 @@ double rounded(double value) {
 }
 
 // Places are in pixels of the page as the file has it, counted from its top left corner.
-ordered_json toJson(const SmallCell& cell, const BlankPage& page, unsigned cellSide) {
-    const unsigned fromTop = page.height() - std::min(page.height(), cell.bottom + cellSide);
+ordered_json toJson(const SmallCell& cell, const BlankPage& page) {
+    const unsigned fromTop = page.height() - std::min(page.height(), cell.bottom + cell.height);
     return {{"contrast", cell.contrast},
             {"share", rounded(cell.share)},
             {"markLength", rounded(cell.markLength)},
@@ -39,7 +39,7 @@ ordered_json toJson(const SmallCell& cell, const BlankPage& page, unsigned cellS
 ordered_json toJson(const BlankPage& page, const BlankMeasure& measure, const std::string& from) {
     ordered_json faint = ordered_json::array();
     for (const SmallCell& cell : measure.faint) {
-        faint.push_back(toJson(cell, page, measure.cellSide));
+        faint.push_back(toJson(cell, page));
     }
     ordered_json shares = ordered_json::array();
     for (const double share : measure.cells) {
@@ -49,8 +49,8 @@ ordered_json toJson(const BlankPage& page, const BlankMeasure& measure, const st
         {"verdict", verdictName(measure.verdict)},
         {"reason", measure.reason},
         {"normalisedFrom", from.empty() ? ordered_json(nullptr) : ordered_json(from)},
-        {"ink", toJson(measure.ink, page, measure.cellSide)},
-        {"border", toJson(measure.borderInk, page, measure.cellSide)},
+        {"ink", toJson(measure.ink, page)},
+        {"border", toJson(measure.borderInk, page)},
         {"faint", faint},
         {"filling", rounded(measure.filling)},
         {"columns", measure.columns},

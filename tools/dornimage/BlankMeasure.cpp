@@ -8,56 +8,61 @@
 
 namespace {
 
-constexpr unsigned cellSide = 50;   // 8.5 mm at 150 dots per inch
-constexpr unsigned cellMargin = 16; // that the detector leaves out around what it measures
-constexpr unsigned step = cellSide / 2;
-constexpr unsigned windowSide = cellSide + 2 * cellMargin;
+constexpr double cellSide = 8.5; // millimetres
 constexpr unsigned inkContrast = 60;
-constexpr double cleanInk = 0.004;    // 10 pixels of a cell: less than any digit
+constexpr double cleanInk = 0.004;    // less than any digit
 constexpr double dustInk = 0.02;      // as much may be there in grains
 constexpr double contentInk = 0.012;  // the thinnest digit of usual size
 constexpr double grain = 1.3;         // millimetres: longer marks are no dust
 constexpr double letter = 1.5;        // millimetres: height of a small digit
 constexpr double pencilStroke = 0.95; // millimetres
-constexpr double border = 5;          // millimetres
+constexpr double border = 4;          // millimetres
 
 // What paper, folds, ruling and the other side's writing reach; pencil passes it.
 struct FaintLimit {
     unsigned contrast;
     double share;     // of a small cell, by whatever marks
     double markShare; // by marks among which one is as long as a stroke
+    bool atBorder;    // whether it tells anything there, where paper is worn and light uneven
 };
-constexpr FaintLimit faintLimits[] = {{20, 0.08, 0.08}, {35, 0.04, 0.007}};
+constexpr FaintLimit faintLimits[] = {{20, 0.08, 0.08, false}, {35, 0.04, 0.007, true}};
 
+// What stands out in a part of the page for the detector. Throws std::bad_alloc when the detector fails, for
+// which memory is the only cause left.
 DornImage::EmptyPage3Params detect(FIBITMAP* bitmap, unsigned contrast) {
-    DornImage::EmptyPage3Params params{static_cast<std::uint8_t>(contrast), 0, 0, 0, {}};
+    constexpr double untouched = -1;
+    DornImage::EmptyPage3Params params{static_cast<std::uint8_t>(contrast), 1, 0, untouched, {}};
     DornImage::detectEmptyPage(bitmap, params);
+    if (params.filling == untouched) {
+        throw std::bad_alloc();
+    }
     return params;
 }
 
-// Where windows of `window` pixels begin along a side; the last one ends with the side.
-std::vector<unsigned> windowStarts(unsigned side, unsigned window) {
+// Where cells begin along a side: they overlap by half, and the last one ends with the side.
+std::vector<unsigned> cellStarts(unsigned side, unsigned cell) {
     std::vector<unsigned> starts;
-    for (unsigned at = 0; at + window < side; at += step) {
+    for (unsigned at = 0; at + cell < side; at += (cell + 1) / 2) {
         starts.push_back(at);
     }
-    starts.push_back(side - window);
+    starts.push_back(side - cell);
     return starts;
 }
 
 class Look {
 public:
     explicit Look(const BlankPage& page)
-        : page_(page), windowWidth_(std::min(windowSide, page.width())),
-          windowHeight_(std::min(windowSide, page.height())) {}
+        : page_(page), width_(cellAlong(page.width(), page.pixelsPerMillimetreX())),
+          height_(cellAlong(page.height(), page.pixelsPerMillimetreY())) {}
 
     // Calls `use` for each small cell in which anything stands out, until it answers false.
     template <class Use>
-    void cells(unsigned contrast, Use use) const {
-        for (const unsigned y : windowStarts(page_.height(), windowHeight_)) {
-            for (const unsigned x : windowStarts(page_.width(), windowWidth_)) {
-                SmallCell cell{contrast, 0, 0, x + cellMargin, y + cellMargin, 0};
-                cell.share = shareIn(cell, contrast);
+    void cells(unsigned contrast, Use use) {
+        for (const unsigned y : cellStarts(page_.height(), height_)) {
+            findRanges(y);
+            for (const unsigned x : cellStarts(page_.width(), width_)) {
+                SmallCell cell{contrast, 0, 0, x, y, width_, height_, 0};
+                cell.share = rangeOf(cell) > contrast ? shareIn(cell, contrast) : 0;
                 if (cell.share > 0 && !use(cell)) {
                     return;
                 }
@@ -67,11 +72,10 @@ public:
 
     // What stands out by `contrast` in the cell.
     double shareIn(const SmallCell& cell, unsigned contrast) const {
-        const unsigned x = cell.left - cellMargin;
-        const unsigned y = cell.bottom - cellMargin;
-        const unsigned top = page_.height() - y; // FreeImage counts the lines of a view from the top
-        const DornImage::FIBitmapPtr view(
-            FreeImage_CreateView(page_.bitmap(), x, top - windowHeight_, x + windowWidth_, top));
+        // FreeImage counts the lines of a view from the top.
+        const unsigned top = page_.height() - cell.bottom - cell.height;
+        const DornImage::FIBitmapPtr view(FreeImage_CreateView(
+            page_.withMargin(), cell.left, top, cell.left + cell.width + around, top + cell.height + around));
         if (!view.get()) {
             throw std::bad_alloc();
         }
@@ -79,26 +83,53 @@ public:
     }
 
     bool isAtBorder(const SmallCell& cell) const {
-        const double depth = border * page_.pixelsPerMillimetre();
-        const unsigned right = page_.width() - cell.left - cellWidth();
-        const unsigned top = page_.height() - cell.bottom - cellHeight();
-        return std::min(std::min(cell.left, right), std::min(cell.bottom, top)) < depth;
+        const unsigned right = page_.width() - cell.left - cell.width;
+        const unsigned top = page_.height() - cell.bottom - cell.height;
+        return std::min(cell.left, right) < border * page_.pixelsPerMillimetreX() ||
+               std::min(cell.bottom, top) < border * page_.pixelsPerMillimetreY();
     }
 
     // Where more than `share` stands out.
     void measureMark(SmallCell& cell, double share) const {
         if (cell.share > share) {
-            cell.markLength = page_.longestMark(cell.left, cell.bottom, cellWidth(), cellHeight());
+            cell.markLength = page_.longestMark(cell.left, cell.bottom, cell.width, cell.height);
         }
     }
 
 private:
-    unsigned cellWidth() const { return windowWidth_ - 2 * cellMargin; }
-    unsigned cellHeight() const { return windowHeight_ - 2 * cellMargin; }
+    // Below 16 pixels a cell is hardly more than a few strokes wide; above 99 the detector would divide it.
+    static unsigned cellAlong(unsigned side, double perMillimetre) {
+        return std::min(side,
+                        static_cast<unsigned>(std::clamp(std::lround(cellSide * perMillimetre), 16L, 99L)));
+    }
 
+    // The range of each pixel column of a row of cells and what is around them.
+    void findRanges(unsigned bottom) {
+        lowest_.assign(page_.width() + around, 255);
+        highest_.assign(page_.width() + around, 0);
+        for (unsigned y = bottom; y < bottom + height_ + around; ++y) {
+            const BYTE* const line = page_.lineWithMargin(y);
+            for (std::size_t x = 0; x < lowest_.size(); ++x) {
+                lowest_[x] = std::min(lowest_[x], line[x]);
+                highest_[x] = std::max(highest_[x], line[x]);
+            }
+        }
+    }
+
+    // No pixel stands out by more than the range of grey levels.
+    unsigned rangeOf(const SmallCell& cell) const {
+        const std::size_t end = cell.left + cell.width + around;
+        const BYTE low = *std::min_element(&lowest_[cell.left], lowest_.data() + end);
+        const BYTE high = *std::max_element(&highest_[cell.left], highest_.data() + end);
+        return high - low;
+    }
+
+    static constexpr unsigned around = 2 * BlankPage::margin;
     const BlankPage& page_;
-    unsigned windowWidth_;
-    unsigned windowHeight_;
+    unsigned width_;
+    unsigned height_;
+    std::vector<BYTE> lowest_;
+    std::vector<BYTE> highest_;
 };
 
 int weightOfInk(const SmallCell& cell) {
@@ -126,7 +157,7 @@ std::string percent(double share) {
 }
 
 // One cell inside that is certain is enough.
-void lookForInk(const Look& look, BlankMeasure& result) {
+void lookForInk(Look& look, BlankMeasure& result) {
     look.cells(inkContrast, [&](SmallCell& cell) {
         look.measureMark(cell, cleanInk);
         cell.weight = weightOfInk(cell);
@@ -135,17 +166,19 @@ void lookForInk(const Look& look, BlankMeasure& result) {
     });
 }
 
-void lookForFaint(const Look& look, BlankMeasure& result) {
+void lookForFaint(Look& look, BlankMeasure& result) {
     for (const FaintLimit limit : faintLimits) {
         result.faint.push_back({limit.contrast});
         look.cells(limit.contrast, [&](SmallCell& cell) {
+            look.measureMark(cell, limit.markShare);
+            if (cell.markLength > 0) {
+                cell.share -= look.shareIn(cell, inkContrast);
+            }
+            cell.weight = weightOfFaint(cell, limit);
             if (!look.isAtBorder(cell)) {
-                look.measureMark(cell, limit.markShare);
-                if (cell.markLength > 0) {
-                    cell.share -= look.shareIn(cell, inkContrast);
-                }
-                cell.weight = weightOfFaint(cell, limit);
                 keepHeavier(result.faint.back(), cell);
+            } else if (cell.weight > 0 && limit.atBorder) {
+                keepHeavier(result.borderInk, cell);
             }
             return true;
         });
@@ -192,18 +225,18 @@ std::string verdictName(BlankVerdict verdict) {
 }
 
 BlankMeasure measureBlank(const BlankPage& page, bool ignoreFaint) {
+    constexpr unsigned leastSide = 34;
     BlankMeasure result;
-    if (page.width() < 2 * cellMargin + 2 || page.height() < 2 * cellMargin + 2) {
+    if (page.width() < leastSide || page.height() < leastSide) {
         result.reason = "the picture is smaller than 34 pixels";
         return result;
     }
-    const DornImage::EmptyPage3Params whole = detect(page.bitmap(), inkContrast);
+    const DornImage::EmptyPage3Params whole = detect(page.withMargin(), inkContrast);
     result.filling = whole.filling;
     result.cells.assign(whole.cellFillings.begin(), whole.cellFillings.end());
-    result.columns = std::clamp((page.width() - 2 * cellMargin) / 100, 1U, 5U);
+    result.columns = std::clamp(page.width() / 100, 1U, 5U);
     result.rows = static_cast<unsigned>(result.cells.size()) / result.columns;
-    result.cellSide = cellSide;
-    const Look look(page);
+    Look look(page);
     lookForInk(look, result);
     if (result.ink.weight < 2 && !ignoreFaint) {
         lookForFaint(look, result);

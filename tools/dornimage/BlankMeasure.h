@@ -17,6 +17,8 @@ struct SmallCell {
     double markLength = 0; // millimetres, of the longest mark in it; 0 when too little stands out to look
     unsigned left = 0;     // in pixels of the reduced page; lines from the bottom
     unsigned bottom = 0;
+    unsigned width = 0;
+    unsigned height = 0;
     int weight = 0; // 0: nothing but grain and dust, 1: perhaps writing, 2: certainly
 };
 
@@ -24,9 +26,8 @@ struct SmallCell {
 struct BlankMeasure {
     BlankVerdict verdict = BlankVerdict::unsure;
     std::string reason;
-    unsigned cellSide = 0; // of a small cell, in pixels of the reduced page
-    SmallCell ink;         // inside the page's border; the first of weight 2 when there is one
-    SmallCell borderInk;   // within a few millimetres of the edge
+    SmallCell ink;       // inside the page's border; the first of weight 2 when there is one
+    SmallCell borderInk; // within a few millimetres of the edge
     // One for each lower contrast; the share is of what is no ink as well where there are marks to measure.
     std::vector<SmallCell> faint;
     SmallCell decisive; // the one that the verdict rests on

@@ -1,5 +1,7 @@
 #include "BlankPage.h"
 
+#include "GreyPage.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -10,38 +12,68 @@ namespace {
 
 constexpr double workingDpi = 150;
 constexpr double metresPerInch = 0.0254;
-constexpr double edgeDepth = 10; // millimetres that a dark scan edge reaches into the page
-constexpr double holeReach = 22; // millimetres from the page's edge to a hole's far side
-constexpr double leastHole = 4;  // millimetres across
+constexpr double edgeDepth = 10;  // millimetres that a dark scan edge reaches into the page
+constexpr double edgeRim = 0.5;   // millimetres of light that may lie outside of it
+constexpr unsigned edgeParts = 3; // one of so many parts of the side is its least length
+constexpr unsigned edgeGap = 2;   // pixels that may be missing in its length
+constexpr double edgeWindow = 5;  // millimetres to either side whose depths are compared
+constexpr double edgeSlack = 0.5; // millimetres by which it may be deeper than those
+constexpr unsigned halfDark = 2;  // pixels of a ring around what is filled
+constexpr double holeReach = 22;  // millimetres from the page's edge to a hole's far side
+constexpr double leastHole = 4;   // millimetres across
 constexpr double greatestHole = 9;
+constexpr double holeRing = 0.5;   // millimetres around it that may be half dark
+constexpr double discShare = 0.93; // of its pixels within the circle of its area: a square has 0.91
+constexpr double pi = 3.141592653589793;
 constexpr int markContrast = 36;       // grey levels from the surroundings to a mark
 constexpr unsigned leastContrast = 50; // grey levels from the paper to what is dark
 
-// Dots per inch along a side; a missing or absurd figure is replaced by that of an A4 page.
+// Dots per inch along a side. A missing or absurd figure is replaced by that of an A4 page, and so is what
+// codecs say of files without a resolution when it would make a poster of the page; 300 are assumed at most,
+// because a page that is reduced too far loses its marks.
 double dotsPerInch(unsigned perMetre, unsigned longSide) {
     const double dpi = perMetre * metresPerInch;
-    return dpi >= 60 && dpi <= 2400 ? dpi : longSide / 11.69;
+    const bool isPoster = dpi < 100 && longSide / dpi > 24;
+    return dpi >= 60 && dpi <= 2400 && !isPoster ? dpi : std::min(300.0, longSide / 11.69);
 }
 
 unsigned factorFor(double dpi, unsigned side) {
-    const unsigned factor = std::max(1U, static_cast<unsigned>(std::lround(dpi / workingDpi)));
-    return side / factor < 34 ? 1 : factor; // no less than the detector takes
+    const auto factor = static_cast<unsigned>(std::clamp(std::lround(dpi / workingDpi), 1L, 16L));
+    return side / factor < 34 ? 1 : factor;
 }
 
 } // namespace
 
+// One side of the page, seen from outside: `along` counts from the left or the bottom, `depth` inwards.
+struct BlankPage::Edge {
+    unsigned length;
+    unsigned depth; // of the whole page
+    double perMillimetreAlong;
+    double perMillimetreDeep;
+    bool upright; // the left or right side
+    bool far;     // the right or upper side
+
+    Spot spot(unsigned along, unsigned deep) const {
+        const unsigned across = far ? depth - 1 - deep : deep;
+        return upright ? Spot{across, along} : Spot{along, across};
+    }
+};
+
 BlankPage::BlankPage(FIBITMAP* grey) {
     reduce(grey);
     findPaper();
-    masked_.resize(std::size_t{width_} * height_);
-    markEdges();
-    markHoles();
-    fillMasked();
+    removeEdges();
+    removeHoles();
+    addMargin();
     measureMarks();
+    colour_.attach(FreeImage_ConvertTo24Bits(bitmap_.get()));
+    if (!colour_.get()) {
+        throw std::bad_alloc();
+    }
 }
 
 double BlankPage::edgeShare() const {
-    return static_cast<double>(edgePixels_) / static_cast<double>(masked_.size());
+    return static_cast<double>(edgePixels_) / (static_cast<double>(width_) * height_);
 }
 
 void BlankPage::reduce(FIBITMAP* grey) {
@@ -49,30 +81,21 @@ void BlankPage::reduce(FIBITMAP* grey) {
     const unsigned fullHeight = FreeImage_GetHeight(grey);
     const unsigned longSide = std::max(fullWidth, fullHeight);
     const double dpiX = dotsPerInch(FreeImage_GetDotsPerMeterX(grey), longSide);
+    const double dpiY = dotsPerInch(FreeImage_GetDotsPerMeterY(grey), longSide);
     factorX_ = factorFor(dpiX, fullWidth);
-    factorY_ = factorFor(dotsPerInch(FreeImage_GetDotsPerMeterY(grey), longSide), fullHeight);
-    width_ = fullWidth / factorX_;
-    height_ = fullHeight / factorY_;
-    pixelsPerMillimetre_ = dpiX / factorX_ / (1000 * metresPerInch);
-    bitmap_.attach(FreeImage_Allocate(static_cast<int>(width_), static_cast<int>(height_), 8));
+    factorY_ = factorFor(dpiY, fullHeight);
+    perMillimetreX_ = dpiX / factorX_ / (1000 * metresPerInch);
+    perMillimetreY_ = dpiY / factorY_ / (1000 * metresPerInch);
+    const GreyPage page = reduced(grey, factorX_, factorY_);
+    width_ = page.width;
+    height_ = page.height;
+    bitmap_.attach(
+        FreeImage_Allocate(static_cast<int>(width_ + 2 * margin), static_cast<int>(height_ + 2 * margin), 8));
     if (!bitmap_.get()) {
         throw std::bad_alloc();
     }
-    const unsigned area = factorX_ * factorY_;
-    std::vector<std::uint32_t> sums(width_);
     for (unsigned y = 0; y < height_; ++y) {
-        std::fill(sums.begin(), sums.end(), area / 2);
-        for (unsigned row = 0; row < factorY_; ++row) {
-            const BYTE* const source = FreeImage_GetScanLine(grey, static_cast<int>(y * factorY_ + row));
-            for (unsigned x = 0; x < width_; ++x) {
-                for (unsigned column = 0; column < factorX_; ++column) {
-                    sums[x] += source[x * factorX_ + column];
-                }
-            }
-        }
-        BYTE* const target = line(y);
-        std::transform(sums.begin(), sums.end(), target,
-                       [area](std::uint32_t sum) { return static_cast<BYTE>(sum / area); });
+        std::copy_n(page.line(y), width_, pixels(y));
     }
 }
 
@@ -95,14 +118,228 @@ void BlankPage::findPaper() {
         inverted_ = true;
         paperLevel_ = 255 - paperLevel_;
         for (unsigned y = 0; y < height_; ++y) {
-            std::for_each(line(y), line(y) + width_, [](BYTE& pixel) { pixel = BYTE(255 - pixel); });
+            std::for_each(pixels(y), pixels(y) + width_, [](BYTE& pixel) { pixel = BYTE(255 - pixel); });
         }
     }
     darkLevel_ = paperLevel_ - std::max(leastContrast, paperLevel_ / 4);
 }
 
-unsigned BlankPage::toEdge(unsigned x, unsigned y) const {
-    return std::min(std::min(x, width_ - 1 - x), std::min(y, height_ - 1 - y));
+BlankPage::Edge BlankPage::edgeOf(bool upright, bool far) const {
+    return upright ? Edge{height_, width_, perMillimetreY_, perMillimetreX_, upright, far}
+                   : Edge{width_, height_, perMillimetreX_, perMillimetreY_, upright, far};
+}
+
+// How deep the dark that begins at the edge goes at each place along it; 0 where there is none.
+std::vector<unsigned> BlankPage::darkDepths(const Edge& edge) const {
+    const auto rim = static_cast<unsigned>(edgeRim * edge.perMillimetreDeep);
+    const unsigned deepest = std::min(edge.depth, static_cast<unsigned>(edgeDepth * edge.perMillimetreDeep));
+    std::vector<unsigned> depths(edge.length);
+    for (unsigned i = 0; i < edge.length; ++i) {
+        const auto isDarkAt = [&](unsigned deep) {
+            const Spot spot = edge.spot(i, deep);
+            return isDark(spot.x, spot.y);
+        };
+        unsigned deep = 0;
+        while (deep < std::min(rim, deepest) && !isDarkAt(deep)) {
+            ++deep;
+        }
+        while (deep < deepest && isDarkAt(deep)) {
+            depths[i] = ++deep;
+        }
+    }
+    return depths;
+}
+
+// Only what is dark without a break along a good part of a side is the scanner's; a number that is cut by
+// the edge, or a stamp, is not.
+void BlankPage::removeEdges() {
+    for (const bool upright : {true, false}) {
+        for (const bool far : {false, true}) {
+            const Edge edge = edgeOf(upright, far);
+            const std::vector<unsigned> depths = darkDepths(edge);
+            for (unsigned from = 0; from < edge.length; ++from) {
+                if (depths[from] == 0) {
+                    continue;
+                }
+                unsigned to = from + 1; // behind the last dark place of the stretch
+                for (unsigned i = to; i < std::min(edge.length, to + edgeGap + 1); ++i) {
+                    to = depths[i] > 0 ? i + 1 : to;
+                }
+                if (to - from >= edge.length / edgeParts) {
+                    removeBand(edge, depths, from, to);
+                }
+                from = to;
+            }
+        }
+    }
+}
+
+// A stroke that touches the band stays: it is deeper than what is beside it.
+void BlankPage::removeBand(const Edge& edge, const std::vector<unsigned>& depths, unsigned from,
+                           unsigned to) {
+    const auto window = static_cast<unsigned>(edgeWindow * edge.perMillimetreAlong);
+    const auto slack = static_cast<unsigned>(edgeSlack * edge.perMillimetreDeep);
+    std::vector<unsigned> around;
+    for (unsigned i = from; i < to; ++i) {
+        around.assign(depths.begin() + (i > from + window ? i - window : from),
+                      depths.begin() + std::min(to, i + window + 1));
+        const auto middle = around.begin() + static_cast<std::ptrdiff_t>(around.size() / 2);
+        std::nth_element(around.begin(), middle, around.end());
+        const unsigned end = std::min(std::min(depths[i], *middle + slack) + halfDark, edge.depth - 1);
+        const Spot paper = edge.spot(i, end);
+        for (unsigned deep = 0; deep < end; ++deep) {
+            const Spot spot = edge.spot(i, deep);
+            pixels(spot.y)[spot.x] = line(paper.y)[paper.x];
+        }
+        edgePixels_ += end;
+    }
+}
+
+void BlankPage::removeHoles() {
+    std::vector<bool> seen(std::size_t{width_} * height_);
+    for (unsigned y = 0; y < height_; ++y) {
+        for (unsigned x = 0; x < width_; ++x) {
+            if (!seen[at(x, y)] && isDark(x, y)) {
+                const Blob blob =
+                    takeBlob({x, y}, seen, [this](unsigned i, unsigned k) { return isDark(i, k); });
+                if (const std::optional<Disc> hole = holeIn(blob)) {
+                    ++holes_;
+                    fill(*hole);
+                }
+            }
+        }
+    }
+}
+
+// A disc of the size of a punched hole, near the page's edge. Specks may touch it.
+std::optional<BlankPage::Disc> BlankPage::holeIn(const Blob& blob) const {
+    const auto area = static_cast<double>(blob.spots.size());
+    Disc disc{0, 0, std::sqrt(area / (perMillimetreX_ * perMillimetreY_ * pi))};
+    if (disc.radius < leastHole / 2 || disc.radius > greatestHole / 2) {
+        return std::nullopt;
+    }
+    for (const Spot spot : blob.spots) {
+        disc.x += spot.x / area;
+        disc.y += spot.y / area;
+    }
+    const double toSideX = std::min(disc.x, width_ - disc.x) / perMillimetreX_;
+    const double toSideY = std::min(disc.y, height_ - disc.y) / perMillimetreY_;
+    if (std::min(toSideX, toSideY) + disc.radius > holeReach) {
+        return std::nullopt;
+    }
+    const double reach = disc.radius + 0.5 / std::min(perMillimetreX_, perMillimetreY_);
+    const auto inside = std::count_if(blob.spots.begin(), blob.spots.end(), [&](Spot spot) {
+        return std::hypot((spot.x - disc.x) / perMillimetreX_, (spot.y - disc.y) / perMillimetreY_) <= reach;
+    });
+    return static_cast<double>(inside) > discShare * area ? std::optional(disc) : std::nullopt;
+}
+
+// Each line of the hole goes evenly from the paper on its left to that on its right.
+void BlankPage::fill(const Disc& hole) {
+    const double radius = hole.radius + holeRing;
+    const auto from = static_cast<unsigned>(std::max(0.0, hole.y - radius * perMillimetreY_));
+    const auto to = std::min(height_, static_cast<unsigned>(hole.y + radius * perMillimetreY_) + 1);
+    for (unsigned y = from; y < to; ++y) {
+        const double above = (y - hole.y) / perMillimetreY_;
+        const double half = std::sqrt(std::max(0.0, radius * radius - above * above)) * perMillimetreX_;
+        const auto left = static_cast<unsigned>(std::max(0.0, hole.x - half));
+        const auto right = std::min(width_ - 1, static_cast<unsigned>(hole.x + half));
+        BYTE* const row = pixels(y);
+        const double end = right + 1 < width_ ? row[right + 1] : left > 0 ? row[left - 1] : paperLevel_;
+        const double start = left > 0 ? row[left - 1] : end;
+        for (unsigned x = left; x <= right; ++x) {
+            row[x] =
+                static_cast<BYTE>(std::lround(start + (end - start) * (x - left + 1) / (right - left + 2)));
+        }
+    }
+}
+
+// The paper beside each place of an edge: medians of blocks, so that marks do not count.
+std::vector<BYTE> BlankPage::paperAlong(const Edge& edge) const {
+    constexpr unsigned block = 16;
+    constexpr unsigned depth = 8;
+    std::vector<BYTE> paper(edge.length);
+    std::vector<BYTE> around;
+    for (unsigned from = 0; from < edge.length; from += block) {
+        around.clear();
+        for (unsigned i = from - std::min(from, block); i < std::min(edge.length, from + 2 * block); ++i) {
+            for (unsigned deep = 0; deep < std::min(edge.depth, depth); ++deep) {
+                const Spot spot = edge.spot(i, deep);
+                around.push_back(line(spot.y)[spot.x]);
+            }
+        }
+        const auto middle = around.begin() + static_cast<std::ptrdiff_t>(around.size() / 2);
+        std::nth_element(around.begin(), middle, around.end());
+        std::fill_n(paper.begin() + from, std::min(block, edge.length - from), *middle);
+    }
+    return paper;
+}
+
+void BlankPage::addMargin() {
+    const std::vector<BYTE> left = paperAlong(edgeOf(true, false));
+    const std::vector<BYTE> right = paperAlong(edgeOf(true, true));
+    for (unsigned y = 0; y < height_; ++y) {
+        std::fill_n(pixels(y) - margin, margin, left[y]);
+        std::fill_n(pixels(y) + width_, margin, right[y]);
+    }
+    for (const bool upper : {false, true}) {
+        std::vector<BYTE> outside(width_ + 2 * margin);
+        const std::vector<BYTE> paper = paperAlong(edgeOf(false, upper));
+        std::fill_n(outside.begin(), margin, paper.front());
+        std::copy(paper.begin(), paper.end(), outside.begin() + margin);
+        std::fill_n(outside.end() - margin, margin, paper.back());
+        for (unsigned i = 0; i < margin; ++i) {
+            const unsigned row = upper ? height_ + margin + i : i;
+            std::copy(outside.begin(), outside.end(),
+                      FreeImage_GetScanLine(bitmap_.get(), static_cast<int>(row)));
+        }
+    }
+}
+
+// Marks are darker than their surroundings, however dim the light is there.
+void BlankPage::measureMarks() {
+    constexpr IppiSize around = {33, 33};
+    const IppiSize size = {static_cast<int>(width_ + 2 * margin), static_cast<int>(height_ + 2 * margin)};
+    const auto step = static_cast<int>(FreeImage_GetPitch(bitmap_.get()));
+    std::vector<BYTE> means(static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height));
+    int bufferSize = 0;
+    IppStatus status = ippiFilterBoxBorderGetBufferSize(size, around, ipp8u, 1, &bufferSize);
+    std::vector<BYTE> buffer(static_cast<std::size_t>(bufferSize));
+    if (status == ippStsNoErr) {
+        status = ippiFilterBoxBorder_8u_C1R(FreeImage_GetBits(bitmap_.get()), step, means.data(), size.width,
+                                            size, around, ippBorderRepl, nullptr, buffer.data());
+    }
+    if (status != ippStsNoErr) {
+        throw std::bad_alloc(); // the only thing that can be wrong with these arguments is their size
+    }
+    const auto isMark = [&](unsigned x, unsigned y) {
+        const BYTE* const mean = means.data() + std::size_t{y + margin} * (width_ + 2 * margin) + margin;
+        return line(y)[x] + markContrast < mean[x];
+    };
+    lengths_.resize(std::size_t{width_} * height_);
+    std::vector<bool> seen(lengths_.size());
+    for (unsigned y = 0; y < height_; ++y) {
+        for (unsigned x = 0; x < width_; ++x) {
+            if (seen[at(x, y)] || !isMark(x, y)) {
+                continue;
+            }
+            const Blob blob = takeBlob({x, y}, seen, isMark);
+            const auto length = static_cast<float>(std::max((blob.right - blob.left + 1) / perMillimetreX_,
+                                                            (blob.top - blob.bottom + 1) / perMillimetreY_));
+            for (const Spot spot : blob.spots) {
+                lengths_[at(spot.x, spot.y)] = length;
+            }
+        }
+    }
+}
+
+double BlankPage::longestMark(unsigned left, unsigned bottom, unsigned width, unsigned height) const {
+    float longest = 0;
+    for (unsigned y = bottom; y < bottom + height; ++y) {
+        const auto row = lengths_.begin() + static_cast<std::ptrdiff_t>(at(left, y));
+        longest = std::max(longest, *std::max_element(row, row + width));
+    }
+    return longest;
 }
 
 template <class Belongs>
@@ -125,128 +362,4 @@ BlankPage::Blob BlankPage::takeBlob(Spot start, std::vector<bool>& seen, Belongs
         }
     }
     return blob;
-}
-
-// What is dark and connected with the page's edge, but not farther than a scanner's shadow reaches.
-void BlankPage::markEdges() {
-    const auto depth = static_cast<unsigned>(edgeDepth * pixelsPerMillimetre_);
-    std::vector<bool> seen(masked_.size());
-    for (unsigned y = 0; y < height_; ++y) {
-        const bool whole = y == 0 || y == height_ - 1;
-        for (unsigned x = 0; x < width_; x += whole ? 1 : std::max(1U, width_ - 1)) {
-            if (!seen[at(x, y)] && isDark(x, y)) {
-                const Blob blob = takeBlob({x, y}, seen, [&](unsigned i, unsigned k) {
-                    return isDark(i, k) && toEdge(i, k) <= depth;
-                });
-                edgePixels_ += blob.spots.size();
-                mask(blob, 2);
-            }
-        }
-    }
-}
-
-void BlankPage::markHoles() {
-    std::vector<bool> seen = masked_;
-    for (unsigned y = 0; y < height_; ++y) {
-        for (unsigned x = 0; x < width_; ++x) {
-            if (!seen[at(x, y)] && isDark(x, y)) {
-                const Blob blob =
-                    takeBlob({x, y}, seen, [this](unsigned i, unsigned k) { return isDark(i, k); });
-                if (isHole(blob)) {
-                    ++holes_;
-                    mask(blob, 3);
-                }
-            }
-        }
-    }
-}
-
-// Marks are darker than their surroundings, however dim the light is there.
-void BlankPage::measureMarks() {
-    constexpr IppiSize around = {33, 33};
-    const IppiSize size = {static_cast<int>(width_), static_cast<int>(height_)};
-    const auto step = static_cast<int>(FreeImage_GetPitch(bitmap_.get()));
-    std::vector<BYTE> means(masked_.size());
-    int bufferSize = 0;
-    IppStatus status = ippiFilterBoxBorderGetBufferSize(size, around, ipp8u, 1, &bufferSize);
-    std::vector<BYTE> buffer(static_cast<std::size_t>(bufferSize));
-    if (status == ippStsNoErr) {
-        status = ippiFilterBoxBorder_8u_C1R(FreeImage_GetBits(bitmap_.get()), step, means.data(), size.width,
-                                            size, around, ippBorderRepl, nullptr, buffer.data());
-    }
-    if (status != ippStsNoErr) {
-        throw std::bad_alloc(); // the only thing that can be wrong with these arguments is their size
-    }
-    const auto isMark = [&](unsigned x, unsigned y) { return line(y)[x] + markContrast < means[at(x, y)]; };
-    extents_.resize(masked_.size());
-    std::vector<bool> seen(masked_.size());
-    for (unsigned y = 0; y < height_; ++y) {
-        for (unsigned x = 0; x < width_; ++x) {
-            if (seen[at(x, y)] || !isMark(x, y)) {
-                continue;
-            }
-            const Blob blob = takeBlob({x, y}, seen, isMark);
-            const unsigned extent = std::max(blob.right - blob.left, blob.top - blob.bottom) + 1;
-            for (const Spot spot : blob.spots) {
-                extents_[at(spot.x, spot.y)] = static_cast<std::uint16_t>(std::min(extent, 0xFFFFU));
-            }
-        }
-    }
-}
-
-double BlankPage::longestMark(unsigned left, unsigned bottom, unsigned width, unsigned height) const {
-    std::uint16_t longest = 0;
-    for (unsigned y = bottom; y < bottom + height; ++y) {
-        const auto row = extents_.begin() + static_cast<std::ptrdiff_t>(at(left, y));
-        longest = std::max(longest, *std::max_element(row, row + width));
-    }
-    return longest / pixelsPerMillimetre_;
-}
-
-// A disc of the size of a punched hole, wholly near the page's edge.
-bool BlankPage::isHole(const Blob& blob) const {
-    const double across = (blob.right - blob.left + 1) / pixelsPerMillimetre_;
-    const double down = (blob.top - blob.bottom + 1) / pixelsPerMillimetre_;
-    const double share = static_cast<double>(blob.spots.size()) /
-                         ((blob.right - blob.left + 1.0) * (blob.top - blob.bottom + 1.0));
-    const unsigned reach = static_cast<unsigned>(holeReach * pixelsPerMillimetre_);
-    return across >= leastHole && across <= greatestHole && down >= leastHole && down <= greatestHole &&
-           across / down > 0.8 && across / down < 1.25 && share > 0.66 && share < 0.86 &&
-           (blob.right < reach || blob.left + reach >= width_ || blob.top < reach ||
-            blob.bottom + reach >= height_);
-}
-
-// The blob and a ring of half-dark pixels around it.
-void BlankPage::mask(const Blob& blob, unsigned ring) {
-    for (const Spot spot : blob.spots) {
-        for (unsigned y = spot.y - std::min(spot.y, ring); y <= std::min(spot.y + ring, height_ - 1); ++y) {
-            for (unsigned x = spot.x - std::min(spot.x, ring); x <= std::min(spot.x + ring, width_ - 1);
-                 ++x) {
-                masked_[at(x, y)] = true;
-            }
-        }
-    }
-}
-
-// Each masked stretch of a line goes evenly from the pixel on its left to the one on its right.
-void BlankPage::fillMasked() {
-    for (unsigned y = 0; y < height_; ++y) {
-        BYTE* const pixels = line(y);
-        for (unsigned x = 0; x < width_; ++x) {
-            if (!masked_[at(x, y)]) {
-                continue;
-            }
-            unsigned end = x;
-            while (end < width_ && masked_[at(end, y)]) {
-                ++end;
-            }
-            const double left = x > 0 ? pixels[x - 1] : end < width_ ? pixels[end] : double(paperLevel_);
-            const double right = end < width_ ? pixels[end] : left;
-            for (unsigned i = x; i < end; ++i) {
-                pixels[i] =
-                    static_cast<BYTE>(std::lround(left + (right - left) * (i - x + 1) / (end - x + 1)));
-            }
-            x = end;
-        }
-    }
 }

@@ -12,7 +12,6 @@ namespace {
 using Colour = Canvas::Colour;
 
 constexpr unsigned pictureSide = 1000; // pixels of the longer side at most
-constexpr int gridMargin = 16;         // that the detector leaves out
 constexpr Colour gridColour = {40, 90, 170};
 constexpr Colour textColour = {20, 50, 120};
 
@@ -66,8 +65,7 @@ private:
                     const unsigned row = static_cast<unsigned>(y) * factor_ + i / factor_;
                     const unsigned column = static_cast<unsigned>(x) * factor_ + i % factor_;
                     if (row < page_.height() && column < page_.width()) {
-                        darkest = std::min(
-                            darkest, FreeImage_GetScanLine(page_.bitmap(), static_cast<int>(row))[column]);
+                        darkest = std::min(darkest, page_.line(row)[column]);
                     }
                 }
                 const auto grey = static_cast<BYTE>(64 + darkest * 3 / 4);
@@ -77,15 +75,13 @@ private:
     }
 
     void drawGrid() {
-        const int width =
-            (static_cast<int>(page_.width()) - 2 * gridMargin) / static_cast<int>(measure_.columns);
-        const int height =
-            (static_cast<int>(page_.height()) - 2 * gridMargin) / static_cast<int>(measure_.rows);
+        const auto width = static_cast<int>(page_.width() / measure_.columns);
+        const auto height = static_cast<int>(page_.height() / measure_.rows);
         for (std::size_t i = 0; i < measure_.cells.size(); ++i) {
             const int column = static_cast<int>(i % measure_.columns);
             const int row = static_cast<int>(i / measure_.columns);
-            const int left = scaled(gridMargin + column * width);
-            const int bottom = scaled(gridMargin + row * height);
+            const int left = scaled(column * width);
+            const int bottom = scaled(row * height);
             tint(left, bottom, scaled(width), scaled(height), measure_.cells[i]);
             canvas_.frame(left, bottom, scaled(width), scaled(height), 1, gridColour);
             const std::string text = inPercent(measure_.cells[i]);
@@ -106,10 +102,11 @@ private:
 
     void drawDecision() {
         const SmallCell& cell = measure_.decisive;
-        const int side = scaled(static_cast<int>(measure_.cellSide));
-        const int reach = std::max(4, side / 4);
+        const int width = scaled(static_cast<int>(cell.width));
+        const int height = scaled(static_cast<int>(cell.height));
+        const int reach = std::max(4, width / 4);
         canvas_.frame(scaled(static_cast<int>(cell.left)) - reach,
-                      scaled(static_cast<int>(cell.bottom)) - reach, side + 2 * reach, side + 2 * reach, 3,
+                      scaled(static_cast<int>(cell.bottom)) - reach, width + 2 * reach, height + 2 * reach, 3,
                       colourOf(measure_.verdict));
     }
 

@@ -9,16 +9,16 @@ namespace {
 
 /// `lineAt(y)` gives the scan line y of the source.
 template <class LineAt>
-GreyPage reduce(unsigned width, unsigned height, unsigned factor, LineAt lineAt) {
-    GreyPage result{width / factor, height / factor, {}};
+GreyPage reduce(unsigned width, unsigned height, unsigned across, unsigned down, LineAt lineAt) {
+    GreyPage result{width / across, height / down, {}};
     result.pixels.resize(std::size_t{result.width} * result.height);
-    std::vector<std::uint32_t> sums(std::size_t{result.width} * factor);
-    const std::uint32_t area = factor * factor;
+    std::vector<std::uint32_t> sums(std::size_t{result.width} * across);
+    const std::uint32_t area = across * down;
     const float share = 1.0F / static_cast<float>(area); // dividing would be most of the time
     for (unsigned y = 0; y < result.height; ++y) {
         std::fill(sums.begin(), sums.end(), 0);
-        for (unsigned row = 0; row < factor; ++row) {
-            const unsigned char* const source = lineAt(y * factor + row);
+        for (unsigned row = 0; row < down; ++row) {
+            const unsigned char* const source = lineAt(y * down + row);
             for (std::size_t x = 0; x < sums.size(); ++x) {
                 sums[x] += source[x];
             }
@@ -26,8 +26,8 @@ GreyPage reduce(unsigned width, unsigned height, unsigned factor, LineAt lineAt)
         unsigned char* const target = result.line(y);
         for (unsigned x = 0; x < result.width; ++x) {
             std::uint32_t sum = area / 2;
-            for (unsigned column = 0; column < factor; ++column) {
-                sum += sums[std::size_t{x} * factor + column];
+            for (unsigned column = 0; column < across; ++column) {
+                sum += sums[std::size_t{x} * across + column];
             }
             target[x] = static_cast<unsigned char>(static_cast<float>(sum) * share);
         }
@@ -37,13 +37,13 @@ GreyPage reduce(unsigned width, unsigned height, unsigned factor, LineAt lineAt)
 
 } // namespace
 
-GreyPage reduced(FIBITMAP* bitmap, unsigned factor) {
-    return reduce(FreeImage_GetWidth(bitmap), FreeImage_GetHeight(bitmap), factor,
+GreyPage reduced(FIBITMAP* bitmap, unsigned across, unsigned down) {
+    return reduce(FreeImage_GetWidth(bitmap), FreeImage_GetHeight(bitmap), across, down,
                   [bitmap](unsigned y) { return FreeImage_GetScanLine(bitmap, static_cast<int>(y)); });
 }
 
 GreyPage reduced(const GreyPage& page, unsigned factor) {
-    return reduce(page.width, page.height, factor, [&page](unsigned y) { return page.line(y); });
+    return reduce(page.width, page.height, factor, factor, [&page](unsigned y) { return page.line(y); });
 }
 
 GreyPage sheared(const GreyPage& page, double slope) {

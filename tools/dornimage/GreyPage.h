@@ -18,9 +18,9 @@ struct GreyPage {
     unsigned longSide() const { return width > height ? width : height; }
 };
 
-/// The page with squares of `factor` x `factor` pixels made one by their mean; what does not fill a square is
-/// left out. `bitmap` is 8-bit grey.
-GreyPage reduced(FIBITMAP* bitmap, unsigned factor);
+/// The page with blocks of `across` x `down` pixels made one by their mean; what does not fill a block is left
+/// out. `bitmap` is 8-bit grey.
+GreyPage reduced(FIBITMAP* bitmap, unsigned across, unsigned down);
 GreyPage reduced(const GreyPage& page, unsigned factor);
 
 /// The page with each column moved up by `slope` pixels for every column to the right of the middle, and down

@@ -88,6 +88,9 @@ public:
         return ok_;
     }
 
+    /// Pages of all files that could be read.
+    std::size_t pagesRead() const { return read_; }
+
 private:
     void describe(Source& source) {
         entry_["format"] = formatName(source.format());
@@ -125,6 +128,7 @@ private:
         ordered_json json = {{"page", page}};
         json.update(toJson(facts));
         json["messages"] = loaded.messages;
+        ++read_;
         entry_["pages"].push_back(std::move(json));
         if (options_.json) {
             return;
@@ -143,6 +147,7 @@ private:
     ordered_json entry_;
     CodecMessages messages_;
     bool ok_ = true;
+    std::size_t read_ = 0;
 };
 
 ExitCode run(const Options& options) {
@@ -158,7 +163,7 @@ ExitCode run(const Options& options) {
     if (failed == 0) {
         return ExitCode::done;
     }
-    return failed == options.files.size() ? ExitCode::input : ExitCode::some;
+    return fileReport.pagesRead() == 0 ? ExitCode::input : ExitCode::some;
 }
 
 } // namespace

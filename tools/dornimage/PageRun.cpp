@@ -2,6 +2,9 @@
 
 #include "Text.h"
 
+#include <new>
+#include <optional>
+
 using nlohmann::ordered_json;
 
 namespace {
@@ -21,45 +24,64 @@ public:
                 lookAt(source, page);
             }
         } catch (const ToolError& error) {
-            if (error.code() != ExitCode::input) {
-                throw;
-            }
-            report(name, error.what());
-            entry_["ok"] = false;
+            note(error);
             entry_["error"] = error.what();
         }
         return std::move(entry_);
     }
 
-    /// Pages of all files that could be read.
-    std::size_t pagesRead() const { return read_; }
+    /// done, some, or why nothing could be looked at.
+    ExitCode exitCode() const {
+        if (!failure_) {
+            return ExitCode::done;
+        }
+        return seen_ == 0 ? *failure_ : ExitCode::some;
+    }
 
 private:
     void lookAt(Source& source, int page) {
+        try {
+            entry_["pages"].push_back(found(source, page));
+            ++seen_;
+        } catch (const ToolError& error) {
+            if (source.pageCount() == 1 || run_.page != 0) {
+                throw;
+            }
+            note(error);
+            entry_["pages"].push_back({{"page", page}, {"error", error.what()}});
+        }
+    }
+
+    ordered_json found(Source& source, int page) {
         try {
             const Page loaded = source.load(page);
             for (const std::string& message : loaded.messages) {
                 report(source.name(), message);
             }
-            ++read_;
-            ordered_json found = {{"page", page}};
-            found.update(look_(source, page, *loaded.image, !loaded.messages.empty()));
-            entry_["pages"].push_back(std::move(found));
-        } catch (const ToolError& error) {
-            if (error.code() != ExitCode::input || source.pageCount() == 1 || run_.page != 0) {
-                throw;
-            }
-            report(source.name(), error.what());
-            entry_["ok"] = false;
-            entry_["pages"].push_back({{"page", page}, {"error", error.what()}});
+            ordered_json result = {{"page", page}};
+            result.update(look_(source, page, *loaded.image, !loaded.messages.empty()));
+            return result;
+        } catch (const std::bad_alloc&) {
+            throw ToolError(ExitCode::limits, source.name(), "out of memory");
         }
+    }
+
+    // What is not about the page at hand, such as a result that can't be written, ends the run.
+    void note(const ToolError& error) {
+        if (error.code() != ExitCode::input && error.code() != ExitCode::limits) {
+            throw error;
+        }
+        report(entry_["file"], error.what());
+        entry_["ok"] = false;
+        failure_ = failure_.value_or(error.code());
     }
 
     const PageRun& run_;
     CodecMessages& messages_;
     const PageLook& look_;
     ordered_json entry_;
-    std::size_t read_ = 0;
+    std::size_t seen_ = 0;            // pages of all files
+    std::optional<ExitCode> failure_; // the first one
 };
 
 } // namespace
@@ -67,18 +89,13 @@ private:
 ExitCode lookAtPages(const PageRun& run, CodecMessages& messages, const PageLook& look) {
     ordered_json list = ordered_json::array();
     FileRun fileRun(run, messages, look);
-    std::size_t failed = 0;
     for (const std::string& file : run.files) {
         list.push_back(fileRun.lookAt(file));
-        failed += list.back()["ok"] ? 0 : 1;
     }
     if (run.json) {
         printJson(list);
     }
-    if (failed == 0) {
-        return ExitCode::done;
-    }
-    return fileRun.pagesRead() == 0 ? ExitCode::input : ExitCode::some;
+    return fileRun.exitCode();
 }
 
 std::string pageName(const Source& source, int page) {

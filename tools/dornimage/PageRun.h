@@ -24,8 +24,8 @@ using PageLook =
 
 /// Opens one file after the other, calls `look` for each page asked for, and prints what it answered when the
 /// run is for --json. What codecs say and what can't be read goes to standard error; one bad page or file
-/// does not hide the others. Throws ToolErrors that are not about reading.
-/// @return done, some, or input.
+/// does not hide the others. Throws ToolErrors that are about neither reading nor memory.
+/// @return done; some when some pages failed; input or limits when nothing could be looked at.
 ExitCode lookAtPages(const PageRun& run, CodecMessages& messages, const PageLook& look);
 
 /// The name of a page for people: that of its file, and its number when there are several.

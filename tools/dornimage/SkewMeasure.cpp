@@ -148,7 +148,12 @@ double confidenceOf(const SkewMeasure& measure) {
 SkewMeasure measureSkew(FIBITMAP* bitmap, double reach) {
     const unsigned longSide = std::max(FreeImage_GetWidth(bitmap), FreeImage_GetHeight(bitmap));
     SkewMeasure measure;
-    measure.page = reduced(bitmap, std::max(1U, (longSide + workingSide / 2) / workingSide));
+    const unsigned factor = std::max(1U, (longSide + workingSide / 2) / workingSide);
+    measure.page = reduced(bitmap, factor, factor);
+    if (measure.page.pixels.empty()) {
+        measure.reason = "the picture is too narrow";
+        return measure;
+    }
     const GreySplit split = splitLevels(measure.page);
     measure.threshold = split.threshold;
     if (split.lightMean - split.darkMean < leastContrast) {

@@ -41,8 +41,7 @@ bool detectEmptyPage(FIBITMAP* bitmap, EmptyPage3Params& params) {
     }
     const std::uint32_t marginX = marginOf(width, params.marginPerMille);
     const std::uint32_t marginY = marginOf(height, params.marginPerMille);
-    if (width < leastSide || height < leastSide || width <= 2 * marginX || height <= 2 * marginY ||
-        !::FreeImage_HasPixels(bitmap)) {
+    if (width < leastSide || height < leastSide || width <= 2 * marginX || height <= 2 * marginY) {
         return false;
     }
     EmptyPageFilling grid(width, height, marginX, marginY);

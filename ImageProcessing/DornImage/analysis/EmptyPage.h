@@ -39,10 +39,10 @@ struct EmptyPage3Params {
 /// The bitmap is only read, and several threads may read one at a time, each with a record of its own.
 /// @param bitmap of 1, 8 or 24 bits a pixel. 8 bits with a palette of colours and 24 bits are turned to grey.
 /// @return whether the page is empty; true without results for a bitmap without width or height. False
-/// without
-///         results when it can't be judged: null arguments, no pixels in memory, a side below 34 pixels,
-///         margins that leave nothing, another depth, a failed conversion, and for 24 bits a failed filter.
-///         An 8-bit page whose filter fails is judged with nothing counted.
+///         without results when it can't be judged: null arguments, a side below 34 pixels, margins that
+///         leave nothing, another depth, a failed conversion, 1 bit without pixels in memory, and for 24
+///         bits a failed filter. An 8-bit grey page whose filter fails, or that has no pixels in memory, is
+///         judged with nothing counted.
 DORNIMAGE_API bool detectEmptyPage(FIBITMAP* bitmap, EmptyPage3Params& params);
 
 } // namespace DornImage

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 
 namespace DornImage {
 
@@ -127,6 +128,9 @@ bool countGreyBitmap(FIBITMAP* grey, EmptyPageFilling& grid, const EmptyPage3Par
 
 bool countBilevelPixels(EmptyPageFilling& grid, FIBITMAP* bitmap, const EmptyPage3Params&) {
     const BYTE* const bits = ::FreeImage_GetBits(bitmap);
+    if (!bits) {
+        return false;
+    }
     const std::size_t pitch = ::FreeImage_GetPitch(bitmap);
     for (unsigned i = 0; i < grid.getCellCount(); ++i) {
         EmptyPageCell& cell = grid.getCell(i);
@@ -155,7 +159,10 @@ bool countColourPixels(EmptyPageFilling& grid, FIBITMAP* bitmap, const EmptyPage
 }
 
 bool countByBoxFilter(const unsigned char* bits, int pitch, int width, int height, EmptyPageFilling& grid,
-                      const EmptyPage3Params& params) {
+                      const EmptyPage3Params& params) try {
+    if (!bits) {
+        return false;
+    }
     BandCounter counter(bits, pitch, {width, height});
     if (!counter.prepare()) {
         return false;
@@ -169,6 +176,8 @@ bool countByBoxFilter(const unsigned char* bits, int pitch, int width, int heigh
         }
     }
     return true;
+} catch (const std::bad_alloc&) { // the counter's column sums
+    return false;
 }
 
 } // namespace DornImage

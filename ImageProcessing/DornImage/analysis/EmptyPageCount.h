@@ -5,10 +5,10 @@
 
 namespace DornImage {
 
-// Each counts the pixels of a bitmap, whose size the grid was built for and whose pixels are in memory, into
-// the cells of the grid, and answers whether the page can be judged.
+// Each counts the pixels of a bitmap, whose size the grid was built for, into the cells of the grid, and
+// answers whether the page can be judged. Bitmaps without pixels in memory are never read.
 
-/// 1 bit a pixel: counts the bits that are 1.
+/// 1 bit a pixel: counts the bits that are 1. False when the bitmap has a header only.
 bool countBilevelPixels(EmptyPageFilling& grid, FIBITMAP* bitmap, const EmptyPage3Params& params);
 
 /// 8 bits a pixel. False when a palette of colours can't be turned to grey; a filter that fails leaves the

@@ -235,8 +235,8 @@ TEST(EmptyPage, PagesThatCannotBeJudgedLeaveTheResults) {
         {"32 bits", page(100, 100, 32), 0},
         {"no pixels, 1 bit", FreeImage_Load(FIF_BMP, DORN_TEST_DATA "/depths/bilevel.bmp", FIF_LOAD_NOPIXELS),
          0},
-        {"no pixels, 8 bits",
-         FreeImage_Load(FIF_JPEG, DORN_TEST_DATA "/pages/book_grey_300dpi.jpg", FIF_LOAD_NOPIXELS), 0},
+        {"no pixels, 24 bits",
+         FreeImage_Load(FIF_JPEG, DORN_TEST_DATA "/pages/letter_colour_300dpi.jpg", FIF_LOAD_NOPIXELS), 0},
     };
     for (const Case& oneCase : cases) {
         SCOPED_TRACE(oneCase.what);
@@ -274,6 +274,12 @@ TEST(EmptyPage, FailuresBelowAreToldByDepth) {
     EXPECT_THAT(params.cellFillings, ElementsAre(0));
     EXPECT_FALSE(detectEmptyPage(colour.get(), params));
     codec.refuseFilter = false;
+
+    const FIBitmapPtr header(
+        FreeImage_Load(FIF_JPEG, DORN_TEST_DATA "/pages/book_grey_300dpi.jpg", FIF_LOAD_NOPIXELS));
+    EmptyPage3Params headerOnly = settings(0, 0, 50); // margins beyond the least ones
+    EXPECT_TRUE(detectEmptyPage(header.get(), headerOnly));
+    EXPECT_THAT(headerOnly.cellFillings, Each(0));
 
     codec.refuseConversion = true;
     EXPECT_TRUE(detectEmptyPage(grey.get(), params));
