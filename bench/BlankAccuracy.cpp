@@ -370,10 +370,12 @@ void judge(Scores& scores, bool hasContent, const std::string& kind, const Plane
      : measure.verdict == BlankVerdict::unsure ? score.unsure
                                                : score.content)++;
     if (hasContent == (measure.verdict == BlankVerdict::empty)) {
-        std::printf("%s page, %s: %s; at %u %% of the width, %u %% of the height; ink %.4f, mark %.1f mm",
-                    hasContent ? "full" : "empty", kind.c_str(), measure.reason.c_str(),
-                    100 * measure.decisive.left / page.width(), 100 * measure.decisive.bottom / page.height(),
-                    measure.ink.share, measure.ink.markLength);
+        const SmallCell& cell = measure.decisive;
+        std::printf("%s page, %s: %s; %.4f at %u, mark %.1f mm, at %u %% of the width, %u %% of the height; "
+                    "ink %.4f, mark %.1f mm",
+                    hasContent ? "full" : "empty", kind.c_str(), measure.reason.c_str(), cell.share,
+                    cell.contrast, cell.markLength, 100 * cell.left / page.width(),
+                    100 * cell.bottom / page.height(), measure.ink.share, measure.ink.markLength);
         for (const SmallCell& faint : measure.faint) {
             std::printf("; at %u %.4f, mark %.1f mm", faint.contrast, faint.share, faint.markLength);
         }
@@ -425,12 +427,21 @@ Change at(std::function<const Plane&()> choose, double x, double y, double stren
 Change cutByAnEdge(const std::vector<Plane>& from) {
     return [&from](Plane& page) {
         const Plane& mark = anyOf(from);
+        const Plane before = page;
         const bool upright = pick(0, 1) == 1;
         const bool far = pick(0, 1) == 1;
         const int along = pick(200, (upright ? page.height : page.width) - 200);
         const int size = upright ? mark.width : mark.height;
         const int across = (far ? upright ? page.width : page.height : 0) - size / 2;
         stick(page, mark, upright ? across : along, upright ? along : across, 0.8);
+        // Half of an F may be white: then the other half of it, or of another one.
+        int left = 0;
+        for (std::size_t i = 0; i < page.levels.size(); ++i) {
+            left += before.levels[i] - page.levels[i] > 60 ? 1 : 0;
+        }
+        if (left < 80) {
+            cutByAnEdge(from)(page);
+        }
     };
 }
 

@@ -21,11 +21,14 @@ constexpr double border = 4;          // millimetres
 // What paper, folds, ruling and the other side's writing reach; pencil passes it.
 struct FaintLimit {
     unsigned contrast;
-    double share;     // of a small cell, by whatever marks
-    double markShare; // by marks among which one is as long as a stroke
-    bool atBorder;    // whether it tells anything there, where paper is worn and light uneven
+    double share;             // of a small cell, by whatever marks
+    double markShare;         // by marks among which one is as long as a stroke
+    double greatestMarkShare; // to which that may rise on paper that is ruled or creased all over
 };
-constexpr FaintLimit faintLimits[] = {{20, 0.08, 0.08, false}, {35, 0.04, 0.007, true}};
+constexpr FaintLimit faintLimits[] = {{20, 0.08, 0.08, 0.08}, {35, 0.04, 0.007, 0.015}};
+// At the border, where paper is worn and light uneven, it takes as much as a pale digit.
+constexpr FaintLimit faintAtBorder = {35, 0.04, 0.015, 0.015};
+constexpr double faintLetter = 1.6; // millimetres
 
 // What stands out in a part of the page for the detector. Throws std::bad_alloc when the detector fails, for
 // which memory is the only cause left.
@@ -68,6 +71,10 @@ public:
                 }
             }
         }
+    }
+
+    std::size_t cellCount() const {
+        return cellStarts(page_.height(), height_).size() * cellStarts(page_.width(), width_).size();
     }
 
     // What stands out by `contrast` in the cell.
@@ -140,8 +147,8 @@ int weightOfInk(const SmallCell& cell) {
 }
 
 // Pencil, maybe: much of it, or one stroke that is too long for a grain.
-int weightOfFaint(const SmallCell& cell, const FaintLimit& limit) {
-    return cell.share > limit.share || (cell.share > limit.markShare && cell.markLength >= pencilStroke);
+int weightOfFaint(const SmallCell& cell, const FaintLimit& limit, double stroke) {
+    return cell.share > limit.share || (cell.share > limit.markShare && cell.markLength >= stroke);
 }
 
 void keepHeavier(SmallCell& kept, const SmallCell& cell) {
@@ -166,22 +173,39 @@ void lookForInk(Look& look, BlankMeasure& result) {
     });
 }
 
+// The paper's own share of such marks, ruling and creases, when it has them all over.
+double shareOfPaper(const std::vector<SmallCell>& found, std::size_t cells) {
+    std::vector<double> shares(cells);
+    std::transform(found.begin(), found.end(), shares.begin(),
+                   [](const SmallCell& cell) { return cell.share; });
+    const auto nearlyAll = shares.begin() + static_cast<std::ptrdiff_t>(cells * 9 / 10);
+    std::nth_element(shares.begin(), nearlyAll, shares.end());
+    return *nearlyAll;
+}
+
 void lookForFaint(Look& look, BlankMeasure& result) {
-    for (const FaintLimit limit : faintLimits) {
-        result.faint.push_back({limit.contrast});
+    for (FaintLimit limit : faintLimits) {
+        std::vector<SmallCell> found;
         look.cells(limit.contrast, [&](SmallCell& cell) {
             look.measureMark(cell, limit.markShare);
             if (cell.markLength > 0) {
                 cell.share -= look.shareIn(cell, inkContrast);
             }
-            cell.weight = weightOfFaint(cell, limit);
-            if (!look.isAtBorder(cell)) {
-                keepHeavier(result.faint.back(), cell);
-            } else if (cell.weight > 0 && limit.atBorder) {
-                keepHeavier(result.borderInk, cell);
-            }
+            found.push_back(cell);
             return true;
         });
+        limit.markShare =
+            std::clamp(3 * shareOfPaper(found, look.cellCount()), limit.markShare, limit.greatestMarkShare);
+        result.faint.push_back({limit.contrast});
+        for (SmallCell& cell : found) {
+            if (!look.isAtBorder(cell)) {
+                cell.weight = weightOfFaint(cell, limit, pencilStroke);
+                keepHeavier(result.faint.back(), cell);
+            } else if (limit.contrast == faintAtBorder.contrast) {
+                cell.weight = weightOfFaint(cell, faintAtBorder, faintLetter);
+                keepHeavier(result.borderInk, cell);
+            }
+        }
     }
 }
 

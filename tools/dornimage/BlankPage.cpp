@@ -42,6 +42,22 @@ unsigned factorFor(double dpi, unsigned side) {
     return side / factor < 34 ? 1 : factor;
 }
 
+template <class Value>
+Value median(std::vector<Value>& values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+// Of the values at most `window` places from place `i`, inside `from` and `to`.
+template <class Value>
+Value medianAround(const std::vector<Value>& values, unsigned i, unsigned window, unsigned from,
+                   unsigned to) {
+    std::vector<Value> around(values.begin() + std::max(i, from + window) - window,
+                              values.begin() + std::min(to, i + window + 1));
+    return median(around);
+}
+
 } // namespace
 
 // One side of the page, seen from outside: `along` counts from the left or the bottom, `depth` inwards.
@@ -174,24 +190,27 @@ void BlankPage::removeEdges() {
     }
 }
 
-// A stroke that touches the band stays: it is deeper than what is beside it.
+// A stroke that touches the band stays: it is deeper than what is beside it. What is removed becomes like the
+// paper behind it; medians, so that a speck there does not become a streak.
 void BlankPage::removeBand(const Edge& edge, const std::vector<unsigned>& depths, unsigned from,
                            unsigned to) {
     const auto window = static_cast<unsigned>(edgeWindow * edge.perMillimetreAlong);
     const auto slack = static_cast<unsigned>(edgeSlack * edge.perMillimetreDeep);
-    std::vector<unsigned> around;
+    std::vector<unsigned> ends(to - from);
+    std::vector<BYTE> behind(to - from);
     for (unsigned i = from; i < to; ++i) {
-        around.assign(depths.begin() + (i > from + window ? i - window : from),
-                      depths.begin() + std::min(to, i + window + 1));
-        const auto middle = around.begin() + static_cast<std::ptrdiff_t>(around.size() / 2);
-        std::nth_element(around.begin(), middle, around.end());
-        const unsigned end = std::min(std::min(depths[i], *middle + slack) + halfDark, edge.depth - 1);
-        const Spot paper = edge.spot(i, end);
-        for (unsigned deep = 0; deep < end; ++deep) {
-            const Spot spot = edge.spot(i, deep);
-            pixels(spot.y)[spot.x] = line(paper.y)[paper.x];
+        const unsigned usual = medianAround(depths, i, window, from, to);
+        ends[i - from] = std::min(std::min(depths[i], usual + slack) + halfDark, edge.depth - 1);
+        const Spot spot = edge.spot(i, ends[i - from]);
+        behind[i - from] = line(spot.y)[spot.x];
+    }
+    for (unsigned i = 0; i < to - from; ++i) {
+        const BYTE paper = medianAround(behind, i, window, 0, to - from);
+        for (unsigned deep = 0; deep < ends[i]; ++deep) {
+            const Spot spot = edge.spot(from + i, deep);
+            pixels(spot.y)[spot.x] = paper;
         }
-        edgePixels_ += end;
+        edgePixels_ += ends[i];
     }
 }
 
@@ -234,23 +253,31 @@ std::optional<BlankPage::Disc> BlankPage::holeIn(const Blob& blob) const {
     return static_cast<double>(inside) > discShare * area ? std::optional(disc) : std::nullopt;
 }
 
-// Each line of the hole goes evenly from the paper on its left to that on its right.
+// With the paper around it.
 void BlankPage::fill(const Disc& hole) {
-    const double radius = hole.radius + holeRing;
-    const auto from = static_cast<unsigned>(std::max(0.0, hole.y - radius * perMillimetreY_));
-    const auto to = std::min(height_, static_cast<unsigned>(hole.y + radius * perMillimetreY_) + 1);
-    for (unsigned y = from; y < to; ++y) {
-        const double above = (y - hole.y) / perMillimetreY_;
-        const double half = std::sqrt(std::max(0.0, radius * radius - above * above)) * perMillimetreX_;
-        const auto left = static_cast<unsigned>(std::max(0.0, hole.x - half));
-        const auto right = std::min(width_ - 1, static_cast<unsigned>(hole.x + half));
-        BYTE* const row = pixels(y);
-        const double end = right + 1 < width_ ? row[right + 1] : left > 0 ? row[left - 1] : paperLevel_;
-        const double start = left > 0 ? row[left - 1] : end;
-        for (unsigned x = left; x <= right; ++x) {
-            row[x] =
-                static_cast<BYTE>(std::lround(start + (end - start) * (x - left + 1) / (right - left + 2)));
+    const double reach = hole.radius + 2 * holeRing;
+    const auto ends = [](double middle, double half, unsigned side) {
+        return std::pair(static_cast<unsigned>(std::max(0.0, middle - half)),
+                         std::min(side, static_cast<unsigned>(middle + half) + 1));
+    };
+    const auto [left, right] = ends(hole.x, reach * perMillimetreX_, width_);
+    const auto [bottom, top] = ends(hole.y, reach * perMillimetreY_, height_);
+    std::vector<BYTE> around;
+    std::vector<Spot> inside;
+    for (unsigned y = bottom; y < top; ++y) {
+        for (unsigned x = left; x < right; ++x) {
+            const double distance =
+                std::hypot((x - hole.x) / perMillimetreX_, (y - hole.y) / perMillimetreY_);
+            if (distance < hole.radius + holeRing) {
+                inside.push_back({x, y});
+            } else {
+                around.push_back(line(y)[x]);
+            }
         }
+    }
+    const BYTE paper = median(around);
+    for (const Spot spot : inside) {
+        pixels(spot.y)[spot.x] = paper;
     }
 }
 
@@ -268,9 +295,7 @@ std::vector<BYTE> BlankPage::paperAlong(const Edge& edge) const {
                 around.push_back(line(spot.y)[spot.x]);
             }
         }
-        const auto middle = around.begin() + static_cast<std::ptrdiff_t>(around.size() / 2);
-        std::nth_element(around.begin(), middle, around.end());
-        std::fill_n(paper.begin() + from, std::min(block, edge.length - from), *middle);
+        std::fill_n(paper.begin() + from, std::min(block, edge.length - from), median(around));
     }
     return paper;
 }

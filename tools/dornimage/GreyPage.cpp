@@ -1,36 +1,64 @@
 #include "GreyPage.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 
 namespace {
 
+// These loops are most of the work on a large page, so they are such that compilers vectorise them: bytes are
+// written through pointers, because those in a std::vector could be part of any vector's own fields; pairs of
+// pixels are added as the two halves of a number, and instead of dividing by the number of pixels the upper
+// half of a product is taken. The means of more than 100 pixels may be one level too low.
+void addPixels(const unsigned char* line, std::vector<std::uint16_t>& sums) {
+    for (std::size_t x = 0; x < sums.size(); ++x) {
+        sums[x] = static_cast<std::uint16_t>(sums[x] + line[x]);
+    }
+}
+
+void addPairs(const unsigned char* line, std::vector<std::uint16_t>& sums) {
+    for (std::size_t x = 0; x < sums.size(); ++x) {
+        std::uint16_t pair = 0;
+        std::memcpy(&pair, line + 2 * x, sizeof pair);
+        sums[x] = static_cast<std::uint16_t>(sums[x] + (pair & 0xFF) + (pair >> 8));
+    }
+}
+
+// `Count` sums make a block, or `count` when that is 0.
+template <unsigned Count>
+void meansOf(const std::uint16_t* sums, unsigned count, unsigned area, unsigned char* target,
+             unsigned width) {
+    const auto share = static_cast<std::uint16_t>(0x10000 / area);
+    for (std::size_t x = 0; x < width; ++x) {
+        auto sum = static_cast<std::uint16_t>(area / 2);
+        for (unsigned i = 0; i < (Count == 0 ? count : Count); ++i) {
+            sum = static_cast<std::uint16_t>(sum + sums[x * (Count == 0 ? count : Count) + i]);
+        }
+        target[x] = static_cast<unsigned char>((std::uint32_t{sum} * share) >> 16);
+    }
+}
+
 /// `lineAt(y)` gives the scan line y of the source.
 template <class LineAt>
 GreyPage reduce(unsigned width, unsigned height, unsigned across, unsigned down, LineAt lineAt) {
     GreyPage result{width / across, height / down, {}};
     result.pixels.resize(std::size_t{result.width} * result.height);
-    std::vector<std::uint32_t> sums(std::size_t{result.width} * across);
-    const std::uint32_t area = across * down;
-    const float share = 1.0F / static_cast<float>(area); // dividing would be most of the time
+    const unsigned area = across * down;
+    const unsigned count = across % 2 == 0 ? across / 2 : across;
+    const auto means = count == 1 ? meansOf<1> : count == 2 ? meansOf<2> : meansOf<0>;
+    std::vector<std::uint16_t> sums(std::size_t{result.width} * count);
     for (unsigned y = 0; y < result.height; ++y) {
-        std::fill(sums.begin(), sums.end(), 0);
+        if (area == 1) {
+            std::copy_n(lineAt(y), width, result.line(y));
+            continue;
+        }
+        std::fill(sums.begin(), sums.end(), std::uint16_t(0));
         for (unsigned row = 0; row < down; ++row) {
-            const unsigned char* const source = lineAt(y * down + row);
-            for (std::size_t x = 0; x < sums.size(); ++x) {
-                sums[x] += source[x];
-            }
+            (across % 2 == 0 ? addPairs : addPixels)(lineAt(y * down + row), sums);
         }
-        unsigned char* const target = result.line(y);
-        for (unsigned x = 0; x < result.width; ++x) {
-            std::uint32_t sum = area / 2;
-            for (unsigned column = 0; column < across; ++column) {
-                sum += sums[std::size_t{x} * across + column];
-            }
-            target[x] = static_cast<unsigned char>(static_cast<float>(sum) * share);
-        }
+        means(sums.data(), count, area, result.line(y), result.width);
     }
     return result;
 }
@@ -77,10 +105,20 @@ GreyPage sheared(const GreyPage& page, double slope) {
 }
 
 GreySplit splitLevels(const GreyPage& page) {
-    // Four tables, because equal neighbours in one would wait for each other.
-    std::array<std::array<std::size_t, 256>, 4> tables{};
-    for (std::size_t i = 0; i < page.pixels.size(); ++i) {
-        ++tables[i % 4][page.pixels[i]];
+    // Every other line tells as much. Four tables, because equal neighbours in one would wait for each other.
+    std::array<std::array<std::uint32_t, 256>, 4> tables{};
+    for (unsigned y = 0; y < page.height; y += 2) {
+        const unsigned char* const line = page.line(y);
+        unsigned x = 0;
+        for (; x + 4 <= page.width; x += 4) {
+            ++tables[0][line[x]];
+            ++tables[1][line[x + 1]];
+            ++tables[2][line[x + 2]];
+            ++tables[3][line[x + 3]];
+        }
+        for (; x < page.width; ++x) {
+            ++tables[0][line[x]];
+        }
     }
     std::array<std::size_t, 256> counts{};
     for (const auto& table : tables) {
@@ -88,7 +126,7 @@ GreySplit splitLevels(const GreyPage& page) {
             counts[level] += table[level];
         }
     }
-    const auto all = static_cast<double>(page.pixels.size());
+    const auto all = static_cast<double>(std::size_t{page.width} * ((page.height + 1) / 2));
     double allSum = 0;
     for (unsigned level = 0; level < 256; ++level) {
         allSum += static_cast<double>(counts[level]) * level;
@@ -118,6 +156,19 @@ GreySplit splitLevels(const GreyPage& page) {
     return split;
 }
 
+namespace {
+
+void markChanges(const unsigned char* line, unsigned char limit, unsigned char* before,
+                 unsigned char* changes, std::size_t width) {
+    for (std::size_t x = 0; x < width; ++x) {
+        const unsigned char dark = line[x] <= limit;
+        changes[x] = dark ^ before[x];
+        before[x] = dark;
+    }
+}
+
+} // namespace
+
 void removeThick(GreyPage& page, unsigned threshold, unsigned thickness) {
     // The line at which the dark run of each column began, or `none`.
     constexpr unsigned none = ~0U;
@@ -130,18 +181,18 @@ void removeThick(GreyPage& page, unsigned threshold, unsigned thickness) {
         }
         since[x] = none;
     };
+    const auto limit = static_cast<unsigned char>(threshold);
+    std::vector<unsigned char> before(page.width); // whether it was dark
+    std::vector<unsigned char> changes(page.width);
     for (unsigned y = 0; y < page.height; ++y) {
-        const unsigned char* const line = page.line(y);
-        for (unsigned x = 0; x < page.width; ++x) {
-            if ((line[x] <= threshold) == (since[x] != none)) {
-                continue;
-            }
+        markChanges(page.line(y), limit, before.data(), changes.data(), page.width);
+        eachMarked(changes, [&](unsigned x) {
             if (since[x] == none) {
                 since[x] = y;
             } else {
                 end(x, y);
             }
-        }
+        });
     }
     for (unsigned x = 0; x < page.width; ++x) {
         if (since[x] != none) {

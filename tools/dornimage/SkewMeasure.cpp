@@ -3,6 +3,7 @@
 #include "ImageProcessing/DornImage/DornImage.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace {
@@ -15,6 +16,9 @@ constexpr unsigned roughSide = 800;
 // A stroke is thinner than this part of the page: 7 mm on A4.
 constexpr unsigned thickShare = 40;
 constexpr double roughStep = 0.2;
+// Pixels that vote together: the ends of a piece are off by half a line at the ends of the band.
+constexpr unsigned roughPiece = 4;
+constexpr unsigned narrowPiece = 16;
 constexpr double narrowReach = 1.0;
 constexpr double narrowStep = 0.05;
 
@@ -26,45 +30,74 @@ constexpr double apart = 2.0;          // degrees from the best direction to one
 constexpr double greatestSpread = 0.2; // degrees
 constexpr double greatestGap = 0.15;   // degrees
 
+// Neighbouring pixels of a line, which vote together for the line through their middle.
 struct Voter {
     float x; // from the middle of the page
     float y;
+    unsigned votes;
 };
 
-// The upper edges of dark strokes.
-std::vector<Voter> votersOf(const GreyPage& page, unsigned threshold) {
+void markSteps(const unsigned char* before, const unsigned char* now, unsigned char limit,
+               unsigned char* steps, std::size_t width) {
+    for (std::size_t x = 0; x < width; ++x) {
+        steps[x] = (before[x] <= limit) & (now[x] > limit);
+    }
+}
+
+// The upper edges of dark strokes, in pieces of `longest` pixels at most.
+std::vector<Voter> votersOf(const GreyPage& page, unsigned threshold, unsigned longest) {
     std::vector<Voter> voters;
+    std::vector<unsigned char> steps(page.width);
+    const auto limit = static_cast<unsigned char>(threshold);
     const float middle = static_cast<float>(page.width) / 2;
     for (unsigned y = 1; y < page.height; ++y) {
         const unsigned char* const before = page.line(y - 1);
         const unsigned char* const now = page.line(y);
-        for (unsigned x = 0; x < page.width; ++x) {
-            if (before[x] <= threshold && now[x] > threshold) {
-                voters.push_back({static_cast<float>(x) - middle, static_cast<float>(y)});
+        markSteps(before, now, limit, steps.data(), page.width);
+        unsigned end = 0; // behind the last voter of this line
+        eachMarked(steps, [&](unsigned x) {
+            if (x > 0 && x == end && voters.back().votes < longest) {
+                voters.back().x += 0.5F;
+                ++voters.back().votes;
+            } else {
+                voters.push_back({static_cast<float>(x) - middle, static_cast<float>(y), 1});
             }
-        }
+            end = x + 1;
+        });
     }
     return voters;
+}
+
+std::size_t votesOf(const std::vector<Voter>& voters) {
+    std::size_t votes = 0;
+    for (const Voter& voter : voters) {
+        votes += voter.votes;
+    }
+    return votes;
 }
 
 std::vector<DirectionScore> scoresOf(const std::vector<Voter>& voters, const GreyPage& page, double reach,
                                      double step) {
     std::vector<DirectionScore> scores;
+    const auto all = static_cast<double>(votesOf(voters));
     const auto steps = static_cast<int>(std::lround(reach / step));
+    std::vector<unsigned> votes;
     for (int i = -steps; i <= steps; ++i) {
         const double angle = i * step;
         const double slope = std::tan(angle * degree);
         const double margin = std::ceil(std::abs(slope) * page.width / 2) + 1;
-        std::vector<unsigned> votes(page.height + 2 * static_cast<std::size_t>(margin));
+        votes.assign(page.height + 2 * static_cast<std::size_t>(margin), 0);
+        const auto slopeAsFloat = static_cast<float>(slope);
+        const auto marginAsFloat = static_cast<float>(margin);
         for (const Voter& voter : voters) {
-            const float place = voter.y + voter.x * static_cast<float>(slope) + static_cast<float>(margin);
-            ++votes[static_cast<std::size_t>(place)];
+            const float place = voter.y + voter.x * slopeAsFloat + marginAsFloat;
+            votes[static_cast<std::size_t>(static_cast<int>(place))] += voter.votes;
         }
         double sum = 0;
         for (const unsigned count : votes) {
             sum += static_cast<double>(count) * count;
         }
-        scores.push_back({angle, sum / static_cast<double>(voters.size())});
+        scores.push_back({angle, sum / all});
     }
     return scores;
 }
@@ -110,24 +143,26 @@ double median(std::vector<double> values) {
     return values.size() % 2 == 1 ? values[half] : (values[half - 1] + values[half]) / 2;
 }
 
-// Measures the quarters of a level page and compares them with the whole.
-void compareParts(GreyPage& level, const std::vector<Voter>& voters, double whole, SkewMeasure& measure) {
+// Measures a level page and its quarters with the detector and compares: the whole with the angle that the
+// scores gave, the quarters with the whole.
+void check(GreyPage& level, double fromScores, SkewMeasure& measure) {
     SkewDetector detector(static_cast<float>(narrowReach), 50);
     detector.setThreshold(measure.threshold);
+    const auto stride = static_cast<int>(level.width);
+    const double whole = detector.detectSkew(level.pixels.data(), stride, level.width, level.height);
+    measure.methodGap = std::abs(whole - fromScores);
+
     const unsigned width = level.width / 2;
     const unsigned height = level.height / 2;
+    std::array<std::size_t, 4> voters{}; // of the lower and upper left, then right quarter
+    for (const Voter& voter : votersOf(level, measure.threshold, narrowPiece)) {
+        voters[(voter.x >= 0 ? 2U : 0U) + (voter.y >= static_cast<float>(height) ? 1U : 0U)] += voter.votes;
+    }
     std::vector<double> distances;
-    for (const bool right : {false, true}) {
-        for (const bool upper : {false, true}) {
-            const auto inside = std::count_if(voters.begin(), voters.end(), [&](const Voter& voter) {
-                return (voter.x >= 0) == right && (voter.y >= static_cast<float>(height)) == upper;
-            });
-            if (static_cast<std::size_t>(inside) >= leastVoters) {
-                unsigned char* const corner = level.line(upper ? height : 0) + (right ? width : 0);
-                const double angle =
-                    detector.detectSkew(corner, static_cast<int>(level.width), width, height);
-                distances.push_back(std::abs(angle - whole));
-            }
+    for (unsigned i = 0; i < voters.size(); ++i) {
+        if (voters[i] >= leastVoters / 2) {
+            unsigned char* const corner = level.line(i % 2 == 1 ? height : 0) + (i >= 2 ? width : 0);
+            distances.push_back(std::abs(detector.detectSkew(corner, stride, width, height) - whole));
         }
     }
     measure.partsCompared = static_cast<int>(distances.size());
@@ -165,8 +200,8 @@ SkewMeasure measureSkew(FIBITMAP* bitmap, double reach) {
     const bool small = measure.page.longSide() < 2 * roughSide;
     const GreyPage half = small ? GreyPage() : reduced(text, 2);
     const GreyPage& rough = small ? text : half;
-    const std::vector<Voter> roughVoters = votersOf(rough, measure.threshold);
-    if (roughVoters.size() < leastVoters) {
+    const std::vector<Voter> roughVoters = votersOf(rough, measure.threshold, roughPiece);
+    if (votesOf(roughVoters) < leastVoters) {
         measure.reason = "the page is empty, or nearly";
         return measure;
     }
@@ -183,14 +218,14 @@ SkewMeasure measureSkew(FIBITMAP* bitmap, double reach) {
     }
 
     GreyPage level = sheared(text, std::tan(angle * degree));
-    const std::vector<Voter> voters = votersOf(level, measure.threshold);
+    const std::vector<Voter> voters = votersOf(level, measure.threshold, narrowPiece);
     const double rest = peakOf(scoresOf(voters, level, narrowReach, narrowStep));
-    SkewDetector detector(static_cast<float>(narrowReach), 100);
-    detector.setThreshold(measure.threshold);
-    const double detected =
-        detector.detectSkew(level.pixels.data(), static_cast<int>(level.width), level.width, level.height);
-    measure.methodGap = std::abs(detected - rest);
-    compareParts(level, voters, detected, measure);
+    if (small) {
+        check(level, rest, measure);
+    } else {
+        GreyPage halfLevel = reduced(level, 2);
+        check(halfLevel, rest, measure);
+    }
     if (measure.partSpread > greatestSpread) {
         measure.reason = "the parts of the page disagree";
     } else if (measure.methodGap > greatestGap || std::abs(rest) > narrowReach / 2) {
