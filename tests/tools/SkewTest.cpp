@@ -78,7 +78,10 @@ TEST(Skew, TellsWhyItDoesNotKnow) {
     const DornImage::FIBitmapPtr white(FreeImage_Allocate(300, 400, 8));
     FreeImage_Invert(white.get());
     ASSERT_TRUE(FreeImage_Save(FIF_PNG, white.get(), (scratch / "white.png").c_str()));
+    const DornImage::FIBitmapPtr narrow(FreeImage_Allocate(2, 5000, 8));
+    ASSERT_TRUE(FreeImage_Save(FIF_PNG, narrow.get(), (scratch / "narrow.png").c_str()));
     const std::map<std::string, std::string> reasons = {
+        {scratch / "narrow.png", "the picture is too narrow"},
         {scratch / "white.png", "the page is empty"},
         {dataFile("photos/mountains_canon_ixus40.jpg"), "no direction stands out"},
         {writeRuledPage(scratch / "steep.png", 15.7, 15.7), "the answer lies at the edge of the band"},

@@ -89,7 +89,11 @@ public:
         return detect(view.get(), contrast).filling;
     }
 
+    // A picture of a few cells, no page of paper, is all inside.
     bool isAtBorder(const SmallCell& cell) const {
+        if (page_.width() < 4 * width_ || page_.height() < 4 * height_) {
+            return false;
+        }
         const unsigned right = page_.width() - cell.left - cell.width;
         const unsigned top = page_.height() - cell.bottom - cell.height;
         return std::min(cell.left, right) < border * page_.pixelsPerMillimetreX() ||

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -220,12 +221,9 @@ SkewMeasure measureSkew(FIBITMAP* bitmap, double reach) {
     GreyPage level = sheared(text, std::tan(angle * degree));
     const std::vector<Voter> voters = votersOf(level, measure.threshold, narrowPiece);
     const double rest = peakOf(scoresOf(voters, level, narrowReach, narrowStep));
-    if (small) {
-        check(level, rest, measure);
-    } else {
-        GreyPage halfLevel = reduced(level, 2);
-        check(halfLevel, rest, measure);
-    }
+    // Strokes of a page that was reduced before are thick enough for once more.
+    GreyPage checked = factor > 1 ? reduced(level, 2) : std::move(level);
+    check(checked, rest, measure);
     if (measure.partSpread > greatestSpread) {
         measure.reason = "the parts of the page disagree";
     } else if (measure.methodGap > greatestGap || std::abs(rest) > narrowReach / 2) {
