@@ -5,6 +5,7 @@
 
 #include "ImageProcessing/DornImage/Adapters.h"
 #include "ImageProcessing/DornImage/Dib.h"
+#include "ImageProcessing/DornImage/ExifBlock.h"
 #include "ImageProcessing/DornImage/ExifOrientationAdapter.h"
 #include "ImageProcessing/DornImage/FastView.h"
 #include "ImageProcessing/DornImage/Formats.h"

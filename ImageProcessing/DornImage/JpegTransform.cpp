@@ -1,9 +1,11 @@
 #include "ImageProcessing/DornImage/JpegTransform.h"
 
-#include "ImageProcessing/DornImage/JpegMarkers.h"
+#include "ImageProcessing/DornImage/ExifBlock.h"
 #include "base/Disk.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <turbojpeg.h>
 #include <vector>
@@ -57,6 +59,40 @@ bool exchangesAxes(JpegOperation operation) {
            operation == JpegOperation::rotate90 || operation == JpegOperation::rotate270;
 }
 
+/// Changes the JFIF header and the EXIF block of a file in memory.
+void changeMarkers(unsigned char* file, std::size_t size, bool exchangeResolutions, bool markUpright) {
+    constexpr unsigned char applicationData0 = 0xE0;
+    constexpr unsigned char applicationData1 = 0xE1;
+    constexpr unsigned char startOfScan = 0xDA;
+    constexpr unsigned char jfif[] = {'J', 'F', 'I', 'F', 0};
+    constexpr std::size_t jfifBytes = 14;
+    constexpr std::size_t jfifDensity = 8; // 2 bytes across, 2 bytes down
+    // Segments follow the two bytes of the start: FF, a code, and a length that counts its own two bytes.
+    std::size_t place = 2;
+    while (place + 4 <= size && file[place] == 0xFF && file[place + 1] != startOfScan) {
+        const std::size_t length = std::size_t{file[place + 2]} << 8 | file[place + 3];
+        if (length < 2 || length > size - place - 2) {
+            return;
+        }
+        unsigned char* const block = file + place + 4;
+        const std::size_t bytes = length - 2;
+        if (file[place + 1] == applicationData0 && exchangeResolutions && bytes >= jfifBytes &&
+            std::memcmp(block, jfif, sizeof jfif) == 0) {
+            unsigned char* const density = block + jfifDensity;
+            std::swap_ranges(density, density + 2, density + 2);
+        } else if (file[place + 1] == applicationData1) {
+            ExifBlock exif(block, bytes);
+            if (exchangeResolutions) {
+                exif.exchangeResolutions();
+            }
+            if (markUpright) {
+                exif.markUpright();
+            }
+        }
+        place += 2 + length;
+    }
+}
+
 struct EndTransformer {
     void operator()(void* handle) const { tjDestroy(handle); }
 };
@@ -86,13 +122,7 @@ bool transformJpegFile(const Velmora::u8string& source, const Velmora::u8string&
     if (status != 0 && tjGetErrorCode(transformer.get()) != TJERR_WARNING) {
         return false;
     }
-    JpegMarkers markers(buffer, size);
-    if (exchangesAxes(operation)) {
-        markers.exchangeResolutions();
-    }
-    if (markUpright) {
-        markers.markUpright();
-    }
+    changeMarkers(buffer, size, exchangesAxes(operation), markUpright);
     return writeFile(target, buffer, size);
 }
 

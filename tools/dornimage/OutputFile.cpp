@@ -75,3 +75,12 @@ void OutputFile::commit() {
 void OutputFile::fail(const std::string& cause) const {
     throw ToolError(ExitCode::output, name_, cause);
 }
+
+void copyFile(const std::string& from, const std::string& to) {
+    OutputFile file(to);
+    std::error_code error;
+    if (!fs::copy_file(from, file.path(), error)) {
+        throw ToolError(ExitCode::output, to, error.message());
+    }
+    file.commit();
+}

@@ -1,8 +1,8 @@
 #include "PageTransform.h"
 
+#include "OutputFile.h"
 #include "PageFacts.h"
 #include "PictureWriter.h"
-#include "Source.h"
 #include "Text.h"
 
 namespace {
@@ -17,7 +17,8 @@ bool keepsExif(FREE_IMAGE_FORMAT format) {
 
 class Transformation {
 public:
-    Transformation(const TransformOptions& options, const PageWork& work) : options_(options), work_(work) {}
+    Transformation(const TransformOptions& options, const NumberedPageWork& work)
+        : options_(options), work_(work) {}
 
     ExitCode run() {
         const FREE_IMAGE_FORMAT format = formatForWriting(options_.output, options_.format);
@@ -37,7 +38,14 @@ public:
             report(options_.input, "has " + countOf(source.pageCount(), "page") +
                                        ", only the first goes to the output; see --page");
         }
-        writer.writeSingle(*load(source, options_.page == 0 ? 1 : options_.page));
+        const Reference<Image> page = load(source, options_.page == 0 ? 1 : options_.page);
+        const bool sameFile = options_.copiesUnchanged && source.pageCount() == 1 &&
+                              source.format() == format && !options_.flags;
+        if (sameFile && left_) {
+            copyFile(options_.input, options_.output);
+        } else {
+            writer.writeSingle(*page);
+        }
         return ExitCode::done;
     }
 
@@ -47,17 +55,20 @@ private:
         for (const std::string& message : loaded.messages) {
             report(options_.input, message);
         }
-        const int orientation = exifOrientation(loaded.image->getFIBTMAP()).value_or(1);
+        const Reference<Image> result = work_(source, page, loaded.image);
+        left_ = result.get() == loaded.image.get();
+        const int orientation = exifOrientation(result->getFIBTMAP()).value_or(1);
         if (orientation != 1 && !keepsExif_) {
             report(options_.input, "its EXIF orientation " + std::to_string(orientation) +
                                        " has no place in the output, which shows it as it is stored");
         }
-        return work_(loaded.image);
+        return result;
     }
 
     const TransformOptions& options_;
-    const PageWork& work_;
+    const NumberedPageWork& work_;
     bool keepsExif_ = true;
+    bool left_ = false; // the work left the last page as it is
     CodecMessages messages_;
 };
 
@@ -75,6 +86,11 @@ void addTransformOptions(CLI::App& command, TransformOptions& options) {
     command.add_option("--flags", options.flags, "FreeImage's save flags of the format, as a number");
 }
 
-ExitCode transformPages(const TransformOptions& options, const PageWork& work) {
+ExitCode transformPages(const TransformOptions& options, const NumberedPageWork& work) {
     return Transformation(options, work).run();
+}
+
+ExitCode transformPages(const TransformOptions& options, const PageWork& work) {
+    return transformPages(options,
+                          [&](const Source&, int, const Reference<Image>& page) { return work(page); });
 }

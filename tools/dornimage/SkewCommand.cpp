@@ -4,6 +4,7 @@
 #include "PictureWriter.h"
 #include "SkewMeasure.h"
 #include "SkewPicture.h"
+#include "SkewReach.h"
 #include "Text.h"
 
 #include <cmath>
@@ -22,7 +23,7 @@ constexpr double degree = 3.141592653589793 / 180;
 
 struct Options {
     PageRun run;
-    double reach = 16;
+    double reach = defaultReach;
     std::string picture;
 };
 
@@ -123,13 +124,7 @@ void addSkewCommand(CLI::App& app, Action& action) {
         command
             ->add_option("--page", options->run.page, "Measure this page only, counted from 1 (default: all)")
             ->check(CLI::PositiveNumber);
-    command->add_option("--reach", options->reach, "Greatest angle to look for, in degrees (default 16)")
-        ->check([](const std::string& text) -> std::string {
-            double degrees = 0;
-            // Not-a-number compares as false. Below 4 degrees no direction is far enough off to compare with.
-            const bool good = CLI::detail::lexical_cast(text, degrees) && degrees >= 4 && degrees <= 45;
-            return good ? "" : "not from 4 to 45: " + text;
-        });
+    addReachOption(*command, options->reach);
     command->add_flag("--json", options->run.json, "Print an array with one object per file");
     command
         ->add_option("--picture", options->picture,

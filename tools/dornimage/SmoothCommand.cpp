@@ -1,10 +1,8 @@
 #include "Commands.h"
-#include "PageFacts.h"
 #include "PageTransform.h"
-#include "Text.h"
+#include "PlainColours.h"
 
 #include <memory>
-#include <set>
 
 namespace {
 
@@ -17,60 +15,18 @@ struct Options {
     float sigma = 0;
 };
 
-class Smoothing {
-public:
-    explicit Smoothing(const Options& options) : options_(options) {}
-
-    ExitCode run() {
-        return transformPages(options_.pages,
-                              [this](const Reference<Image>& page) { return smoothed(page); });
-    }
-
-private:
-    Reference<Image> smoothed(const Reference<Image>& page) {
+ExitCode smooth(const Options& options) {
+    PlainColours colours(options.pages.input, "smoothed");
+    return transformPages(options.pages, [&](const Reference<Image>& page) {
         Reference<Image> result;
-        if (!asColours(page)->GetSmoothed(result, options_.kernel, options_.sigma)) {
-            throw ToolError(ExitCode::limits, options_.pages.input,
-                            "a kernel of " + std::to_string(options_.kernel) +
+        if (!colours.of(page)->GetSmoothed(result, options.kernel, options.sigma)) {
+            throw ToolError(ExitCode::limits, options.pages.input,
+                            "a kernel of " + std::to_string(options.kernel) +
                                 " is too large for this picture or the memory at hand");
         }
         return result;
-    }
-
-    // The filter takes the numbers in a bitmap for brightness, in 8-bit grey and 24-bit colour. Anything else
-    // is brought to one of the two beforehand.
-    Reference<Image> asColours(const Reference<Image>& page) {
-        const PageFacts facts = factsOf(*page);
-        const std::string leftOut = facts.transparent ? "; its transparency is left out" : "";
-        if (facts.depth == 24 || (facts.depth == 8 && DornImage::FreeImage_IsGrayScale(page->getFIBTMAP()))) {
-            if (facts.transparent) {
-                say("smoothed" + leftOut);
-            }
-            return page;
-        }
-        const bool isGrey = facts.palette == "none"
-                                ? facts.colour == "min-is-black" || facts.colour == "min-is-white"
-                                : facts.palette != "colour";
-        Reference<Image> result;
-        if (!(isGrey ? page->convertToGrayscale(result) : page->convertTo24Bits(result))) {
-            throw ToolError(ExitCode::input, options_.pages.input,
-                            "a picture of the kind " + facts.pixelType + " cannot be smoothed");
-        }
-        const std::string palette = facts.palette == "none" ? "" : " (palette: " + facts.palette + ")";
-        say(std::string("smoothed as ") + (isGrey ? "8-bit grey" : "24-bit colour") + ": it has " +
-            countOf(facts.depth, "bit") + " a pixel" + palette + leftOut);
-        return result;
-    }
-
-    void say(const std::string& message) {
-        if (said_.insert(message).second) {
-            report(options_.pages.input, message);
-        }
-    }
-
-    const Options& options_;
-    std::set<std::string> said_; // of all pages
-};
+    });
+}
 
 std::string checkKernel(const std::string& text) {
     unsigned value = 0;
@@ -105,5 +61,5 @@ void addSmoothCommand(CLI::App& app, Action& action) {
     command->add_option("--sigma", options->sigma, "Width of the bell curve in pixels, above 0")
         ->required()
         ->check(checkSigma);
-    command->callback([options, &action] { action = [options] { return Smoothing(*options).run(); }; });
+    command->callback([options, &action] { action = [options] { return smooth(*options); }; });
 }

@@ -48,6 +48,10 @@ ExitCode parseAndPerform(int argc, const char* const* argv) {
     addInfoCommand(app, action);
     addConvertCommand(app, action);
     addScaleCommand(app, action);
+    addRotateCommand(app, action);
+    addUprightCommand(app, action);
+    addDeskewCommand(app, action);
+    addNormalizeCommand(app, action);
     addSmoothCommand(app, action);
     addFormatsCommand(app, action);
     addSplitCommand(app, action);
