@@ -126,7 +126,8 @@ GreySplit splitLevels(const GreyPage& page) {
             counts[level] += table[level];
         }
     }
-    const auto all = static_cast<double>(std::size_t{page.width} * ((page.height + 1) / 2));
+    const unsigned lines = (page.height + 1) / 2;
+    const auto all = static_cast<double>(std::size_t{page.width} * lines);
     double allSum = 0;
     for (unsigned level = 0; level < 256; ++level) {
         allSum += static_cast<double>(counts[level]) * level;

@@ -17,7 +17,7 @@ std::string kindOf(Image& page) {
 
 // Takes a conversion's result as an image with the resolution and metadata of `page`.
 Reference<Image> converted(FIBITMAP* bitmap, Image& page) {
-    const Reference<Image> result(new dornbase::ReferencedImplMT<Image>());
+    Reference<Image> result(new dornbase::ReferencedImplMT<Image>());
     if (!bitmap) {
         throw std::bad_alloc();
     }
