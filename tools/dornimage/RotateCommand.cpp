@@ -111,6 +111,7 @@ void addRotateCommand(CLI::App& app, Action& action) {
                          "The pixel that stays where it is, as X,Y from the upper left corner (default: the "
                          "middle)")
             ->delimiter(',')
+            ->type_name("X,Y")
             ->expected(2)
             ->check(checkAngle);
     command
