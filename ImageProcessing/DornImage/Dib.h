@@ -31,8 +31,8 @@ DORNIMAGE_API FIBITMAP* FreeImage_ConvertFromHBITMAP(HBITMAP bitmap, HDC dc);
 DORNIMAGE_API HBITMAP FreeImage_ConvertToHBITMAP(FIBITMAP* bitmap, HDC dc);
 
 /// As FreeImage_ConvertFromDIB, from the place where a stream stands, for as many bytes as its Stat tells,
-/// below 4 GB. A height of 0 in the header is worked out from the size; the rows are top-down then, and one
-/// that is not quite there is left blank at its end.
+/// below 4 GB. A height of 0 in the header is worked out from the size; the rows are top-down then, and
+/// those that are not quite there are left blank.
 DORNIMAGE_API FIBITMAP* FreeImage_ConvertFromMemoryBMP(IStream* stream);
 
 } // namespace DornImage

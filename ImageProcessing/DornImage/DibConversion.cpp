@@ -44,14 +44,19 @@ bool readHeader(const DibBlock& dib, Header& header) {
     const std::int64_t imageBytes = dibDword(dib, DibField::imageBytes);
     if (header.bitCount == 0 && imageBytes != 0) {
         header.bitCount = imageBytes / header.height * 8 / header.width;
-        if (header.bitCount < 0 || header.bitCount > 32) {
-            return false;
-        }
+        // Whatever comes out, FreeImage makes a bitmap of it. Counts that can't be shifted by set no limit.
         if (header.bitCount != 0) {
-            header.mostColours = std::uint64_t{1} << header.bitCount;
+            const bool isShift = header.bitCount > 0 && header.bitCount < 32;
+            header.mostColours = std::uint64_t{1} << (isShift ? header.bitCount : 32);
         }
     }
     return true;
+}
+
+/// The nearest number that FreeImage can be given.
+int intOf(std::int64_t number) {
+    using Limits = std::numeric_limits<int>;
+    return static_cast<int>(std::clamp<std::int64_t>(number, Limits::min(), Limits::max()));
 }
 
 /// The depth of the bitmap that FreeImage allocates when it is asked for a bit count.
@@ -150,8 +155,8 @@ FIBITMAP* convertDib(const DibBlock& dib, std::size_t missing) {
         return nullptr;
     }
     FIBitmapPtr bitmap(::FreeImage_Allocate(static_cast<int>(header.width),
-                                            static_cast<int>(std::abs(header.height)),
-                                            static_cast<int>(header.bitCount), 0, 0, 0));
+                                            static_cast<int>(std::abs(header.height)), intOf(header.bitCount),
+                                            0, 0, 0));
     if (!bitmap.get() || ::FreeImage_GetBPP(bitmap.get()) != allocatedDepth(header.bitCount)) {
         return nullptr;
     }
@@ -244,7 +249,8 @@ FIBITMAP* FreeImage_ConvertFromMemoryBMP(IStream* stream) {
             return nullptr;
         }
         const DibBlock dib{block.dib().start, size};
-        const bool missesHeight = dibLong(dib, DibField::height) == 0;
+        const bool missesHeight =
+            dibLong(dib, DibField::height) == 0 && dibDword(dib, DibField::imageBytes) == 0;
         // The rules for a height want the size of a whole file. Near 4 GB there is no such number.
         if (size <= std::numeric_limits<DWORD>::max() - fileHeaderSize) {
             fixDibHeight(dib, size + fileHeaderSize, true);

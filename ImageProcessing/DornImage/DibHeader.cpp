@@ -30,6 +30,8 @@ DWORD fitted(std::uint64_t bytes) {
     return bytes <= std::numeric_limits<DWORD>::max() ? static_cast<DWORD>(bytes) : 0;
 }
 
+constexpr std::uint64_t longestRow = 0x1FFFFFFC;
+
 std::uint64_t paddedRow(DWORD width, DWORD bitCount) {
     return (std::uint64_t{width} * bitCount + 31) >> 3 & ~std::uint64_t{3};
 }
@@ -114,7 +116,8 @@ DWORD getDibHeaderSize(const DibBlock& dib) {
 }
 
 DWORD getDibRowBytes(DWORD width, DWORD bitCount) {
-    return fitted(paddedRow(width, bitCount));
+    const std::uint64_t bytes = paddedRow(width, bitCount);
+    return bytes <= longestRow ? static_cast<DWORD>(bytes) : 0;
 }
 
 DWORD getDibColourCount(const DibBlock& dib) {
@@ -198,7 +201,7 @@ DWORD getDibTotalSize(const DibBlock& dib) {
         }
         const std::uint64_t rowBytes =
             paddedRow(dibDword(dib, DibField::width), dibWord(dib, DibField::bitCount));
-        if (fitted(rowBytes) != rowBytes) {
+        if (rowBytes > longestRow) {
             return 0;
         }
         imageBytes = rowBytes * absolute(dibLong(dib, DibField::height));
@@ -227,7 +230,7 @@ bool fixDibHeight(const DibBlock& dib, DWORD size, bool topDown) {
         return false;
     }
     const DWORD rowBytes = getDibRowBytes(dibDword(dib, DibField::width), dibWord(dib, DibField::bitCount));
-    if (rowBytes == 0 || imageBytes / rowBytes > static_cast<DWORD>(std::numeric_limits<LONG>::max())) {
+    if (rowBytes == 0) {
         return false;
     }
     const auto height = static_cast<LONG>(imageBytes / rowBytes);

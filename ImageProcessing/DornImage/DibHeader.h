@@ -52,7 +52,7 @@ LONG dibLong(const DibBlock& dib, std::size_t place);
 /// The header's size if it is one of the four above, else 0: the header is invalid.
 DWORD getDibHeaderSize(const DibBlock& dib);
 
-/// Bytes of a row, padded to 4; 0 for a width of 0 and for a row that has no 32-bit size.
+/// Bytes of a row, padded to 4; 0 for a width of 0 and for a row of more than 0x1FFFFFFC bytes.
 DWORD getDibRowBytes(DWORD width, DWORD bitCount);
 
 /// Colours in the table. Only a header of 40 bytes is asked for the number of used colours, and only there

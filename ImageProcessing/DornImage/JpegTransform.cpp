@@ -93,6 +93,11 @@ void changeMarkers(unsigned char* file, std::size_t size, bool exchangeResolutio
     }
 }
 
+bool endsAsJpeg(const unsigned char* content, std::size_t size) {
+    constexpr std::size_t shortest = 4; // a start and an end
+    return content && size >= shortest && content[size - 2] == 0xFF && content[size - 1] == 0xD9;
+}
+
 struct EndTransformer {
     void operator()(void* handle) const { tjDestroy(handle); }
 };
@@ -118,8 +123,8 @@ bool transformJpegFile(const Velmora::u8string& source, const Velmora::u8string&
     const int status =
         tjTransform(transformer.get(), input.data(), input.size(), 1, &buffer, &size, &transform, 0);
     const std::unique_ptr<unsigned char, FreeOutput> output(buffer);
-    // After a warning the output is whole all the same.
-    if (status != 0 && tjGetErrorCode(transformer.get()) != TJERR_WARNING) {
+    // After a warning the output is whole all the same, unless the transform failed for another reason later.
+    if (status != 0 && (tjGetErrorCode(transformer.get()) != TJERR_WARNING || !endsAsJpeg(buffer, size))) {
         return false;
     }
     changeMarkers(buffer, size, exchangesAxes(operation), markUpright);

@@ -25,8 +25,8 @@ DORNIMAGE_API bool FreeImage_Copy8(FIBITMAP* bitmap, const char* data, unsigned 
 DORNIMAGE_API bool FreeImage_Copy24RGB(FIBITMAP* bitmap, const char* data, unsigned long size);
 
 /// Copies a bitmap's pixels to `data`: width x height x 3 bytes at 24 bits, width x height bytes else. 8 bits
-/// come as they are, so that those of a palette are indices; 1 bit becomes a grey level, a byte for each
-/// pixel. False for other depths and null.
+/// come as they are, so that those of a palette are indices; 1 bit becomes a byte of 0 or 255 for a bit of 0
+/// or 1, whatever their colours: bring min-is-white to grey first. False for other depths and null.
 DORNIMAGE_API bool FreeImage_GetDataForPDF(FIBITMAP* bitmap, unsigned char* data);
 
 /// Gives the first two palette entries of `target` the colours of the 1-bit bitmap `source`. False when

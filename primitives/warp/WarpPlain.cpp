@@ -24,7 +24,7 @@ struct Neighbours {
     }
 };
 
-bool isWithin(std::int32_t at, std::int32_t size) {
+bool isWithin(std::int64_t at, std::int32_t size) {
     return at >= 0 && at < size;
 }
 
@@ -35,13 +35,13 @@ void plainWarpPixel(const WarpSource& source, int channels, double x, double y, 
     const Neighbours column(x, source.width);
     const Neighbours row(y, source.height);
     const auto neighbour = [&](std::int32_t right, std::int32_t below) {
-        const std::int32_t atX = column.lower + right;
-        const std::int32_t atY = row.lower + below;
+        const std::int64_t atX = std::int64_t{column.lower} + right;
+        const std::int64_t atY = std::int64_t{row.lower} + below;
         if (outside && (!isWithin(atX, source.width) || !isWithin(atY, source.height))) {
             return outside;
         }
-        return source.pixels + std::clamp(atY, 0, source.height - 1) * source.step +
-               std::ptrdiff_t{std::clamp(atX, 0, source.width - 1)} * channels;
+        return source.pixels + std::clamp<std::int64_t>(atY, 0, source.height - 1) * source.step +
+               std::clamp<std::int64_t>(atX, 0, source.width - 1) * channels;
     };
     const Ipp8u* const p00 = neighbour(0, 0);
     const Ipp8u* const p10 = neighbour(1, 0);

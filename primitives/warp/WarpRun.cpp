@@ -28,7 +28,9 @@ constexpr int kLeastPrefetchStep = 4;
 constexpr double kMargin = 1.0 / 32;
 
 bool suitsKernels(const WarpSource& source, int channels) {
-    return source.step >= std::ptrdiff_t{source.width} * channels && source.step <= INT32_MAX / source.height;
+    // Kernels form the place of the row behind the last one, too.
+    return source.step >= std::ptrdiff_t{source.width} * channels &&
+           source.step <= INT32_MAX / (std::ptrdiff_t{source.height} + 1);
 }
 
 // True when a coordinate stays within an axis for `columns` steps. Written so that not-a-number is false.
@@ -199,9 +201,9 @@ private:
 
     void write(const Ipp8u* from, WarpColumns columns, IppiPoint at) const {
         if (columns.first <= columns.last) {
-            const auto count = static_cast<std::size_t>(columns.last - columns.first + 1);
+            const std::int32_t count = columns.last - columns.first + 1;
             std::memcpy(tile_.pixel(at.x + columns.first, at.y), from + columns.first * tile_.channels,
-                        count * static_cast<std::size_t>(tile_.channels));
+                        static_cast<std::size_t>(count) * static_cast<std::size_t>(tile_.channels));
         }
     }
 

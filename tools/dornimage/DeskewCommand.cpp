@@ -70,7 +70,7 @@ private:
     Reference<Image> turnedBack(const Reference<Image>& page, double angle) {
         return colours_.through(page, [&](const Reference<Image>& plain) {
             const Reference<Image> square = withSquarePixels(plain);
-            const Reference<Image> level =
+            Reference<Image> level =
                 turnedAbout(middleOf(*square), -angle, square, colours_, options_.pages.input);
             if (square.get() == plain.get()) {
                 return level;

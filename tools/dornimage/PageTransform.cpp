@@ -55,7 +55,7 @@ private:
         for (const std::string& message : loaded.messages) {
             report(options_.input, message);
         }
-        const Reference<Image> result = work_(source, page, loaded.image);
+        Reference<Image> result = work_(source, page, loaded.image);
         left_ = result.get() == loaded.image.get();
         const int orientation = exifOrientation(result->getFIBTMAP()).value_or(1);
         if (orientation != 1 && !keepsExif_) {

@@ -33,6 +33,8 @@ int quarterTurnOf(double angle) {
 int losslessFlags(FREE_IMAGE_FORMAT format, const std::string& output) {
     switch (format) {
     case FIF_JPEG:
+    case FIF_JNG:
+    case FIF_HDR:
     case FIF_J2K:
     case FIF_JP2:
     case FIF_JXR:
@@ -41,6 +43,8 @@ int losslessFlags(FREE_IMAGE_FORMAT format, const std::string& output) {
                             (format == FIF_JPEG ? " except from JPEG" : ""));
     case FIF_WEBP:
         return WEBP_LOSSLESS;
+    case FIF_EXR:
+        return EXR_FLOAT;
     default:
         return 0; // TIFF gets LZW or fax coding
     }

@@ -108,10 +108,15 @@ TEST(RotateImage, RefusesJpegFilesOffTheBlockGrid) {
     for (const int depth : {8, 24}) {
         const int grid = depth == 8 ? 8 : 16;
         for (const auto& [width, height] :
-             {std::pair(0, 0), std::pair(-1, 0), std::pair(0, -1), std::pair(-1, -7)}) {
+             {std::pair(0, 0), std::pair(-1, 0), std::pair(0, -1), std::pair(0, -7), std::pair(-1, -7)}) {
             SCOPED_TRACE(testing::Message() << depth << ' ' << width << ' ' << height);
             const FIBitmapPtr bitmap(picture(4 * grid + width, 3 * grid + height, depth));
             ASSERT_TRUE(FreeImage_Save(FIF_JPEG, bitmap.get(), file.c_str(), JPEG_SUBSAMPLING_420));
+            if (height == -7) { // with a stray byte, of which the codec warns
+                std::string content = dorntest::readFile(file.c_str());
+                content.insert(content.find("\xFF\xDB"), 1, '\0');
+                dorntest::writeFile(file.c_str(), content);
+            }
             // The incomplete blocks at the right come to the lower edge by a clockwise turn, and may stay so.
             EXPECT_EQ(RotateImage(FIF_JPEG, file, turned, 0, true), height == 0);
             EXPECT_EQ(std::filesystem::remove(turned), height == 0);
