@@ -22,8 +22,8 @@ enum class JpegOperation : int {
 /// axes, the resolutions across and down in the JFIF header and in the EXIF block are exchanged as well.
 ///
 /// Only perfect transforms: a picture is refused when the operation would have to move incomplete blocks away
-/// from its right or lower edge, or when its colours are sampled in a way that libturbojpeg doesn't transform,
-/// such as 4:1:1 upright. A damaged file is transformed as far as its decoder understands it.
+/// from its right or lower edge, or when its colours are sampled in a way that libturbojpeg doesn't
+/// transform, such as 4:1:1 upright. A damaged file is transformed as far as its decoder understands it.
 /// @param source UTF-8, as `target`, which may be the same. The target is written when the transform has
 ///        succeeded, and may be left partial when writing fails.
 /// @param markUpright sets the EXIF orientation to 1 where the file has one.

@@ -23,7 +23,7 @@ bool describeWindow(const LinearColumns& columns, std::size_t sample, RowBytes r
 
 // Makes windows for `group` samples each, if there is room and the pixels lie close enough together.
 template <std::size_t channels, std::size_t group>
-bool describeWindows(LinearColumns& columns, std::size_t block, std::uint32_t srcSize, ResizeBuffer buffer,
+bool describeWindows(LinearColumns& columns, std::size_t block, const ResizeSpan& x, ResizeBuffer buffer,
                      const Ipp8u* bufferEnd) {
     if (columns.samples < block || block < group) {
         return false;
@@ -34,8 +34,7 @@ bool describeWindows(LinearColumns& columns, std::size_t block, std::uint32_t sr
     if (buffer.end() > bufferEnd) {
         return false;
     }
-    const RowBytes readable = readableBytes(
-        columns.index[0], std::int64_t{columns.index[columns.pixels - 1]} + 1, srcSize, channels);
+    const RowBytes readable = readableBytes(x, 0, 1, channels);
     const std::size_t last = columns.samples - block;
     std::size_t described = 0;
     for (std::size_t at = 0; at < columns.samples; at += block) {
@@ -73,9 +72,8 @@ LinearColumns makeLinearColumns(const ResizeSpan& x, std::size_t block, ResizeBu
     }
     columns.weights = weights;
 
-    const std::uint32_t srcSize = x.axis->srcSize;
-    if (!describeWindows<channels, kLinearWideGroup>(columns, block, srcSize, buffer, bufferEnd) &&
-        !describeWindows<channels, kLinearGroup>(columns, block, srcSize, buffer, bufferEnd)) {
+    if (!describeWindows<channels, kLinearWideGroup>(columns, block, x, buffer, bufferEnd) &&
+        !describeWindows<channels, kLinearGroup>(columns, block, x, buffer, bufferEnd)) {
         columns.pairs = buffer.take<std::uint8_t>(2 * columns.samples);
     }
     return columns;

@@ -7,23 +7,30 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+
+#include "primitives/resize/ResizeRun.h"
 
 namespace primitives {
 
 // Bytes that a window holds.
 constexpr std::size_t kResizeWindow = 16;
 
-// The bytes of a source row that may be read: those of the image, and beyond it those that the taps reach.
+// The bytes of a source row that may be read. They end with the image, but on a side that exists in memory
+// with what the taps of the tile reach: callers need not hold more there.
 struct RowBytes {
     std::int64_t low;
     std::int64_t high; // the last one
 };
 
-// Of a row from whose pixels `firstTap` to `lastTap` the taps are taken.
-inline RowBytes readableBytes(std::int64_t firstTap, std::int64_t lastTap, std::uint32_t srcSize,
+// For taps from `before` pixels left of a position's index to `behind` pixels right of it.
+inline RowBytes readableBytes(const ResizeSpan& x, std::int64_t before, std::int64_t behind,
                               std::int64_t channels) {
-    return {std::min(firstTap, std::int64_t{0}) * channels,
-            std::max(lastTap + 1, std::int64_t{srcSize}) * channels - 1};
+    const bool isLowInMemory = x.sourceLow < 0;
+    const bool isHighInMemory = x.sourceHigh == std::numeric_limits<std::int32_t>::max();
+    const std::int64_t first = isLowInMemory ? x.index(0) - before : 0;
+    const std::int64_t last = isHighInMemory ? x.index(x.size - 1) + behind : x.sourceHigh;
+    return {first * channels, (last + 1) * channels - 1};
 }
 
 // What a window serves, in bytes.

@@ -32,16 +32,14 @@ void arrangeWeights(const TapColumns& columns, const TapRange& range, const floa
 
 // Makes windows for `group` samples each, if the pixels lie close enough together.
 template <std::size_t channels, std::size_t group>
-bool describeWindows(TapColumns& columns, std::uint32_t srcSize, std::size_t taps, std::size_t block,
+bool describeWindows(TapColumns& columns, const ResizeSpan& x, std::size_t taps, std::size_t block,
                      TapTables& tables) {
     if (columns.samples < block || block < group) {
         return false;
     }
     const std::int64_t shift = columns.shift;
     const auto reach = static_cast<std::int64_t>((taps - 1) * channels);
-    const RowBytes readable = readableBytes(
-        columns.index[0] - shift,
-        columns.index[columns.pixels - 1] - shift + static_cast<std::int64_t>(taps - 1), srcSize, channels);
+    const RowBytes readable = readableBytes(x, shift, static_cast<std::int64_t>(taps - 1) - shift, channels);
     const WindowReach window{-shift * static_cast<std::int64_t>(channels), 0, reach};
     std::int32_t* start = tables.starts;
     std::uint8_t* numbers = tables.bytes;
@@ -82,11 +80,10 @@ TapColumns makeTapColumns(const ResizeSpan& x, const TapRange& range, bool gathe
     columns.shift = static_cast<std::int32_t>(taps / 2 - 1);
     arrangeWeights<channels>(columns, range, x.axis->coef32f + offset * taps, taps, block, tables.weights);
 
-    const std::uint32_t srcSize = x.axis->srcSize;
     const bool hasWindows =
-        !gathers && (describeWindows<channels, kTapWidestGroup>(columns, srcSize, taps, block, tables) ||
-                     describeWindows<channels, kTapWideGroup>(columns, srcSize, taps, block, tables) ||
-                     describeWindows<channels, kTapGroup>(columns, srcSize, taps, block, tables));
+        !gathers && (describeWindows<channels, kTapWidestGroup>(columns, x, taps, block, tables) ||
+                     describeWindows<channels, kTapWideGroup>(columns, x, taps, block, tables) ||
+                     describeWindows<channels, kTapGroup>(columns, x, taps, block, tables));
     if (!hasWindows) {
         columns.low = x.sourceLow;
         columns.high = x.sourceHigh;

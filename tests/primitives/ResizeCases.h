@@ -1,6 +1,7 @@
 #ifndef DORNIMAGE_TESTS_PRIMITIVES_RESIZECASES_H
 #define DORNIMAGE_TESTS_PRIMITIVES_RESIZECASES_H
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -132,15 +133,14 @@ inline ResizeCase randomResize(std::mt19937& random, int leastSource) {
     return test;
 }
 
-// A source of random bytes in memory that ends, or begins, with what the border flags allow to be read:
-// `reach` pixels beyond each side in memory.
+// A source of random bytes in memory that ends, or begins, with what the border flags allow to be read: on a
+// side in memory what the taps of the tile reach, `reach` pixels to each side, also within the image.
 class SourceMemory {
 public:
     SourceMemory(std::mt19937& random, const ResizeCase& test, int reach)
-        : left_(side(test, ippBorderInMemLeft, reach)), top_(side(test, ippBorderInMemTop, reach)),
-          rowBytes_(
-              (left_ + static_cast<std::size_t>(test.src.width) + side(test, ippBorderInMemRight, reach)) *
-              static_cast<std::size_t>(test.channels)),
+        : left_((test.border & ippBorderInMemLeft) != 0 ? reach - 1 - below(test, test.offset.x) : 0),
+          top_(side(test, ippBorderInMemTop, reach)),
+          rowBytes_(static_cast<std::size_t>((left_ + right(test, reach)) * test.channels)),
           step_(rowBytes_ + test.srcPadding),
           rows_(top_ + static_cast<std::size_t>(test.src.height) + side(test, ippBorderInMemBottom, reach)),
           pages_((rows_ - 1) * step_ + rowBytes_,
@@ -151,7 +151,7 @@ public:
             pages_.data()[i] = static_cast<std::uint8_t>(isExtreme ? (bits & 1) * 255 : bits);
         }
         pages_.makeReadOnly();
-        source_ = {pages_.data() + top_ * step_ + left_ * static_cast<std::size_t>(test.channels),
+        source_ = {pages_.data() + top_ * step_ + left_ * test.channels,
                    static_cast<std::ptrdiff_t>(step_),
                    test.src.width,
                    test.src.height,
@@ -166,7 +166,18 @@ private:
         return (test.border & flag) != 0 ? static_cast<std::size_t>(reach) : 0;
     }
 
-    std::size_t left_;
+    // The source column at or left of a destination column.
+    static std::ptrdiff_t below(const ResizeCase& test, int column) {
+        const double ratio = static_cast<double>(test.src.width) / test.dst.width;
+        return static_cast<std::ptrdiff_t>(std::floor((column + 0.5) * ratio - 0.5));
+    }
+    // The end of the columns that may be read.
+    static std::ptrdiff_t right(const ResizeCase& test, int reach) {
+        const int last = std::min(test.offset.x + test.tile.width, test.dst.width) - 1;
+        return (test.border & ippBorderInMemRight) != 0 ? below(test, last) + reach + 1 : test.src.width;
+    }
+
+    std::ptrdiff_t left_; // columns before the image's first
     std::size_t top_;
     std::size_t rowBytes_;
     std::size_t step_;
