@@ -108,12 +108,15 @@ struct FreeOutput {
 
 } // namespace
 
-bool transformJpegFile(const Velmora::u8string& source, const Velmora::u8string& target,
-                       JpegOperation operation, bool markUpright) {
+JpegTransformed transformJpegFile(const Velmora::u8string& source, const Velmora::u8string& target,
+                                  JpegOperation operation, bool markUpright) {
     const std::vector<unsigned char> input = contentOf(source);
+    if (input.empty()) {
+        return JpegTransformed::unreadable;
+    }
     const std::unique_ptr<void, EndTransformer> transformer(tjInitTransform());
-    if (input.empty() || !transformer) {
-        return false;
+    if (!transformer) {
+        return JpegTransformed::refused;
     }
     tjtransform transform{};
     transform.op = static_cast<int>(operation);
@@ -125,10 +128,10 @@ bool transformJpegFile(const Velmora::u8string& source, const Velmora::u8string&
     const std::unique_ptr<unsigned char, FreeOutput> output(buffer);
     // After a warning the output is whole all the same, unless the transform failed for another reason later.
     if (status != 0 && (tjGetErrorCode(transformer.get()) != TJERR_WARNING || !endsAsJpeg(buffer, size))) {
-        return false;
+        return JpegTransformed::refused;
     }
     changeMarkers(buffer, size, exchangesAxes(operation), markUpright);
-    return writeFile(target, buffer, size);
+    return writeFile(target, buffer, size) ? JpegTransformed::done : JpegTransformed::unwritten;
 }
 
 } // namespace DornImage

@@ -17,6 +17,15 @@ enum class JpegOperation : int {
     rotate270 = 7, ///< counter-clockwise by 90
 };
 
+/// What became of a transform.
+enum class JpegTransformed : int {
+    done,       ///< the target was written to the last byte
+    unreadable, ///< the source can't be read; there is no new target
+    refused,    ///< it is no JPEG file, or not without loss, or not in the memory at hand; there is no new
+                ///< target
+    unwritten,  ///< the target can't be written, and may be left partial; `errno` tells why
+};
+
 /// Turns or mirrors a JPEG file without loss, by moving its coefficients: what FreeImage's JPEGTransform
 /// does, which packaged builds of FreeImage leave out. Every marker is kept. Where the turn exchanges the
 /// axes, the resolutions across and down in the JFIF header and in the EXIF block are exchanged as well.
@@ -25,11 +34,11 @@ enum class JpegOperation : int {
 /// from its right or lower edge, or when its colours are sampled in a way that libturbojpeg doesn't
 /// transform, such as 4:1:1 upright. A damaged file is transformed as far as its decoder understands it.
 /// @param source UTF-8, as `target`, which may be the same. The target is written when the transform has
-///        succeeded, and may be left partial when writing fails.
+///        succeeded.
 /// @param markUpright sets the EXIF orientation to 1 where the file has one.
-/// @return whether the target was written to the last byte.
-DORNIMAGE_API bool transformJpegFile(const Velmora::u8string& source, const Velmora::u8string& target,
-                                     JpegOperation operation, bool markUpright = false);
+DORNIMAGE_API JpegTransformed transformJpegFile(const Velmora::u8string& source,
+                                                const Velmora::u8string& target, JpegOperation operation,
+                                                bool markUpright = false);
 
 } // namespace DornImage
 

@@ -30,7 +30,8 @@ FIBITMAP* turned(FIBITMAP* bitmap, bool rotate90) {
 
 bool rotateJpegFile(const Velmora::u8string& sourceFile, const Velmora::u8string& targetFile, bool rotate90) {
     return transformJpegFile(sourceFile, targetFile,
-                             rotate90 ? JpegOperation::rotate90 : JpegOperation::rotate270);
+                             rotate90 ? JpegOperation::rotate90 : JpegOperation::rotate270) ==
+           JpegTransformed::done;
 }
 
 bool rotatePage(FIMULTIBITMAP* pages, int page, FREE_IMAGE_FORMAT format, const Velmora::u8string& targetFile,

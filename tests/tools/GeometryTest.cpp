@@ -95,6 +95,14 @@ TEST(Rotate, LosesNothingWhenAskedTo) {
         wrong.insert(wrong.begin(), "rotate");
         run(wrong, 1);
     }
+    constexpr long full = 2000; // bytes
+    for (const std::vector<std::string>& turn :
+         {std::vector<std::string>{"rotate", "--angle", "180", "--lossless", photo, target},
+          {"upright", dataFile("exif/orientation_6.jpg"), target}}) {
+        const ToolRun stopped = runTool(turn, full);
+        EXPECT_EQ(stopped.exitCode, 4);
+        EXPECT_THAT(stopped.err, HasSubstr(target + ": cannot be written: File too large"));
+    }
     EXPECT_EQ(scratch.names(), before);
 }
 

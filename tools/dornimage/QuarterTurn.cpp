@@ -3,6 +3,8 @@
 #include "ExitCode.h"
 #include "OutputFile.h"
 
+#include <cerrno>
+#include <cstring>
 #include <functional>
 #include <new>
 #include <vector>
@@ -75,9 +77,17 @@ UprightPage upright(const Reference<Image>& page, const std::string& file) {
 bool turnJpegFile(const std::string& input, const std::string& output, DornImage::JpegOperation operation,
                   bool markUpright) {
     OutputFile file(output);
-    if (!DornImage::transformJpegFile(input, file.path(), operation, markUpright)) {
+    using DornImage::JpegTransformed;
+    switch (DornImage::transformJpegFile(input, file.path(), operation, markUpright)) {
+    case JpegTransformed::done:
+        file.commit();
+        return true;
+    case JpegTransformed::refused:
         return false;
+    case JpegTransformed::unreadable:
+        throw ToolError(ExitCode::input, input, "cannot be read");
+    case JpegTransformed::unwritten:
+        break;
     }
-    file.commit();
-    return true;
+    throw ToolError(ExitCode::output, output, std::string("cannot be written: ") + std::strerror(errno));
 }

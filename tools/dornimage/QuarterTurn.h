@@ -27,7 +27,7 @@ UprightPage upright(const DornImage::Reference<DornImage::Image>& page, const st
 /// Turns a JPEG file as it is, all its markers kept. The operation is applied to what is stored.
 /// @param markUpright makes its EXIF orientation 1.
 /// @return false, with no output, when that would lose something: the size isn't one of whole blocks.
-/// Throws ToolError (ExitCode::output).
+/// Throws ToolError (ExitCode::input or output).
 bool turnJpegFile(const std::string& input, const std::string& output, DornImage::JpegOperation operation,
                   bool markUpright);
 

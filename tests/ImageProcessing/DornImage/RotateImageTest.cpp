@@ -143,7 +143,7 @@ TEST(RotateImage, ExchangesTheResolutionsOfJpegFiles) {
         EXPECT_EQ(FreeImage_GetDotsPerMeterX(turned.get()), 3937U);
         EXPECT_EQ(tagOf(turned, "Orientation"), "right side, top");
         EXPECT_EQ(tagOf(turned, "XResolution") + " " + tagOf(turned, "YResolution"), "200 100");
-        ASSERT_TRUE(transformJpegFile(file, target, JpegOperation::flipVertical, true));
+        ASSERT_EQ(transformJpegFile(file, target, JpegOperation::flipVertical, true), JpegTransformed::done);
         const Decoded upright(target);
         EXPECT_EQ(tagOf(upright, "Orientation"), "top, left side");
         EXPECT_EQ(tagOf(upright, "XResolution"), "100");
@@ -161,7 +161,8 @@ TEST(RotateImage, ExchangesTheResolutionsOfJpegFiles) {
                 damaged[5] = static_cast<char>(length);
             }
             writeFile(file, damaged);
-            ASSERT_TRUE(transformJpegFile(file, target, JpegOperation::transpose, true)) << round;
+            ASSERT_EQ(transformJpegFile(file, target, JpegOperation::transpose, true), JpegTransformed::done)
+                << round;
         }
     }
 }
