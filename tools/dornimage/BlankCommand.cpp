@@ -150,6 +150,7 @@ void addBlankCommand(CLI::App& app, Action& action) {
             ->add_option("--page", options->run.page, "Judge this page only, counted from 1 (default: all)")
             ->check(CLI::PositiveNumber);
     command->add_flag("--json", options->run.json, "Print an array with one object per file");
+    addDecodingOptions(*command, options->run.decoding);
     command->add_flag("--ignore-faint", options->ignoreFaint,
                       "Take faint marks, such as pencil, for part of the paper");
     command->add_flag("--fail-if-content", options->failIfContent,

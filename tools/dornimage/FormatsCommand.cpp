@@ -17,6 +17,7 @@ struct Options {
     std::string forFile;
     int page = 1;
     bool json = false;
+    Decoding decoding;
 };
 
 std::string narrow(const Velmora::astring& text) {
@@ -91,7 +92,7 @@ void printTable(const ordered_json& formats) {
 
 ExitCode saveChoices(const Options& options) {
     CodecMessages messages;
-    Source source(options.forFile, messages);
+    Source source(options.forFile, messages, Frames::stored, options.decoding);
     const Page page = source.load(options.page);
     std::list<FREE_IMAGE_FORMAT> formats;
     Velmora::astring extension;
@@ -149,5 +150,6 @@ void addFormatsCommand(CLI::App& app, Action& action) {
         ->check(CLI::PositiveNumber)
         ->needs(forFile);
     command->add_flag("--json", options->json, "Print JSON");
+    addDecodingOptions(*command, options->decoding);
     command->callback([options, &action] { action = [options] { return run(*options); }; });
 }

@@ -16,6 +16,7 @@ struct Options {
     int page = 1;
     bool allPages = false;
     bool json = false;
+    Decoding decoding;
 };
 
 ordered_json toJson(const PageFacts& facts) {
@@ -76,7 +77,7 @@ public:
         entry_ = {{"file", name}, {"ok", false}};
         ok_ = true;
         try {
-            Source source(name, messages_);
+            Source source(name, messages_, Frames::stored, options_.decoding);
             describe(source);
         } catch (const ToolError& error) {
             ok_ = false;
@@ -177,5 +178,6 @@ void addInfoCommand(CLI::App& app, Action& action) {
             ->check(CLI::PositiveNumber);
     command->add_flag("--all-pages", options->allPages, "Describe every page")->excludes(page);
     command->add_flag("--json", options->json, "Print an array with one object per file");
+    addDecodingOptions(*command, options->decoding);
     command->callback([options, &action] { action = [options] { return run(*options); }; });
 }

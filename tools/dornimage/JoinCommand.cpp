@@ -13,17 +13,19 @@ struct Options {
     std::string output;
     std::vector<std::string> inputs;
     unsigned memory = defaultMemoryLimit;
+    Decoding decoding;
 };
 
 class Join {
 public:
-    explicit Join(const Options& options) : options_(options), pages_(options.memory, messages_) {}
+    explicit Join(const Options& options)
+        : options_(options), pages_(options.memory, messages_, options.decoding) {}
 
     ExitCode run() {
         PageLoop reading("reading", options_.inputs.size());
         for (const std::string& name : options_.inputs) {
             reading.next([&] {
-                Source source(name, messages_, Frames::played);
+                Source source(name, messages_, Frames::played, options_.decoding);
                 pages_.addFile(source, reading);
             });
         }
@@ -75,5 +77,6 @@ void addJoinCommand(CLI::App& app, Action& action) {
     command->add_option("IN", options->inputs, "Picture files; of those with several pages all are taken")
         ->required();
     addMemoryOption(*command, options->memory);
+    addDecodingOptions(*command, options->decoding);
     command->callback([options, &action] { action = [options] { return Join(*options).run(); }; });
 }

@@ -17,7 +17,8 @@ bool isUtf8(const std::string& name) {
 
 } // namespace
 
-PageList::PageList(unsigned limit, CodecMessages& messages) : list_(new List), messages_(messages) {
+PageList::PageList(unsigned limit, CodecMessages& messages, const Decoding& decoding)
+    : list_(new List), messages_(messages), decoding_(decoding) {
     // The allocator keeps what is freed of blocks that it holds to be usual. Pages would become that, and one
     // or two of them stay resident for nothing.
     mallopt(M_MMAP_THRESHOLD, 1 << 20);
@@ -25,10 +26,15 @@ PageList::PageList(unsigned limit, CodecMessages& messages) : list_(new List), m
 }
 
 void PageList::addFile(Source& source, PageLoop& loop) {
+    if (source.pageCount() == 1 && decoding_.isolate) {
+        // The list would decode it here.
+        origins_.push_back({source.name(), 1, std::nullopt});
+        return;
+    }
     // The list knows files by names in UTF-8 only; any other file comes in as a picture.
     if (source.pageCount() == 1 && isUtf8(source.name())) {
         list_->AddExternalImage(source.format(), source.name(), DornImage::ImageList::ExternalImageRef);
-        origins_.push_back({source.name(), 1});
+        addOrigin(source.name(), 1);
         return;
     }
     for (int page = 1; page <= source.pageCount(); ++page) {
@@ -53,23 +59,38 @@ void PageList::addPage(Source& source, int page, PageLoop& loop) {
                         "there is no room for temporary files; a larger --memory needs less, TMPDIR names "
                         "another place");
     }
-    origins_.push_back({source.name(), page});
+    addOrigin(source.name(), page);
+}
+
+void PageList::addOrigin(const std::string& file, int page) {
+    origins_.push_back({file, page, listed_++});
 }
 
 DornImage::Reference<DornImage::Image> PageList::page(std::size_t index, PageLoop& loop) {
-    DornImage::Reference<DornImage::Image> result;
+    const Page page = origins_[index].index ? listedPage(index) : pageApart(index);
+    for (const std::string& message : page.messages) {
+        loop.note(file(index), message);
+    }
+    return page.image;
+}
+
+Page PageList::listedPage(std::size_t index) {
     DornImage::Image* image = nullptr;
     messages_.listen();
-    if (!list_->GetImage(static_cast<unsigned>(index), &image)) {
+    if (!list_->GetImage(*origins_[index].index, &image)) {
         throw ToolError(ExitCode::input, file(index),
                         messages_.takeAsCause("cannot be read: ", "not a picture that can be read"));
     }
-    result = image;
+    Page result;
+    result.image = image;
     image->releaseRef();
-    for (const std::string& message : messages_.take()) {
-        loop.note(file(index), message);
-    }
+    result.messages = messages_.take();
     return result;
+}
+
+Page PageList::pageApart(std::size_t index) {
+    Source source(file(index), messages_, Frames::played, decoding_);
+    return source.load(pageNumber(index));
 }
 
 void addMemoryOption(CLI::App& command, unsigned& limit) {

@@ -9,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,8 @@
 class PageList {
 public:
     /// @param limit bytes, 0 for none.
-    PageList(unsigned limit, CodecMessages& messages);
+    /// @param decoding where the files are decoded that wait for their page to be asked for.
+    PageList(unsigned limit, CodecMessages& messages, const Decoding& decoding);
 
     /// Adds the pages of the file, and leaves out in `loop` those that can't be read. A file of one page is
     /// read when its page is asked for. Throws ToolError when there is no room for temporary files
@@ -42,11 +44,18 @@ private:
     struct Origin {
         std::string file;
         int page;
+        std::optional<unsigned> index; // in the list; none for a file to be decoded apart
     };
 
+    void addOrigin(const std::string& file, int page);
+    Page listedPage(std::size_t index);
+    Page pageApart(std::size_t index);
+
     dornbase::Reference<List> list_;
+    unsigned listed_ = 0; // pages in the list
     std::vector<Origin> origins_;
     CodecMessages& messages_;
+    const Decoding& decoding_;
 };
 
 /// Bytes that --memory stands at.

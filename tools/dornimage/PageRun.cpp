@@ -17,7 +17,7 @@ public:
     ordered_json lookAt(const std::string& name) {
         entry_ = {{"file", name}, {"ok", true}, {"pages", ordered_json::array()}};
         try {
-            Source source(name, messages_, Frames::played);
+            Source source(name, messages_, Frames::played, run_.decoding);
             const int first = run_.page == 0 ? 1 : run_.page;
             const int last = run_.page == 0 ? source.pageCount() : run_.page;
             for (int page = first; page <= last; ++page) {

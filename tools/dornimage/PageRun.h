@@ -15,6 +15,7 @@ struct PageRun {
     std::vector<std::string> files;
     int page = 0; // 0: all of them
     bool json = false;
+    Decoding decoding;
 };
 
 /// Looks at one page and answers what is known of it, beside its number. `damaged`: the codec complained

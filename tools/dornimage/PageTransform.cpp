@@ -25,7 +25,8 @@ public:
         keepsExif_ = keepsExif(format);
         // The frames of an animation stay what they are in another animation; everywhere else a page is what
         // is seen of it.
-        Source source(options_.input, messages_, format == FIF_GIF ? Frames::stored : Frames::played);
+        Source source(options_.input, messages_, format == FIF_GIF ? Frames::stored : Frames::played,
+                      options_.decoding);
         PictureWriter writer(options_.output, format, options_.flags, messages_);
         if (options_.page == 0 && source.pageCount() > 1 && DornImage::FreeImage_IsMultiPageFormat(format)) {
             for (int page = 1; page <= source.pageCount(); ++page) {
@@ -84,6 +85,7 @@ void addTransformOptions(CLI::App& command, TransformOptions& options) {
     command.add_option("--page", options.page, "Take this page only, counted from 1")
         ->check(CLI::PositiveNumber);
     command.add_option("--flags", options.flags, "FreeImage's save flags of the format, as a number");
+    addDecodingOptions(command, options.decoding);
 }
 
 ExitCode transformPages(const TransformOptions& options, const NumberedPageWork& work) {

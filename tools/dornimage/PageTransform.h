@@ -19,12 +19,13 @@ struct TransformOptions {
     std::string format;
     int page = 0; // 0: not given
     std::optional<int> flags;
+    Decoding decoding;
     // Not from the command line: a file of one page that the work leaves as it is, and that keeps its format,
     // is copied byte for byte unless flags are given.
     bool copiesUnchanged = false;
 };
 
-/// Adds IN, OUT, --format, --page and --flags.
+/// Adds IN, OUT, --format, --page, --flags and those of decoding.
 void addTransformOptions(CLI::App& command, TransformOptions& options);
 
 /// Makes of a decoded page the one to write, which may be the same. May throw ToolError.

@@ -72,7 +72,8 @@ ExitCode rotate(const Options& options) {
     if (options.lossless) {
         const FREE_IMAGE_FORMAT format = formatForWriting(pages.output, pages.format);
         CodecMessages messages;
-        if (format == FIF_JPEG && pages.page <= 1 && Source(pages.input, messages).format() == FIF_JPEG) {
+        if (format == FIF_JPEG && pages.page <= 1 &&
+            Source(pages.input, messages, Frames::stored, pages.decoding).format() == FIF_JPEG) {
             return rotateJpegFile(pages, quarter);
         }
         pages.flags = losslessFlags(format, pages.output);

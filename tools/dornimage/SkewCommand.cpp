@@ -126,6 +126,7 @@ void addSkewCommand(CLI::App& app, Action& action) {
             ->check(CLI::PositiveNumber);
     addReachOption(*command, options->reach);
     command->add_flag("--json", options->run.json, "Print an array with one object per file");
+    addDecodingOptions(*command, options->run.decoding);
     command
         ->add_option("--picture", options->picture,
                      "Draw the page with lines in the measured direction beside the votes of all directions; "

@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr char notAPicture[] = "not a picture that can be read";
+
 // Why a file can't be read whatever its content, or an empty text.
 std::string fileTrouble(const std::string& name) {
     std::error_code error;
@@ -34,71 +36,60 @@ std::string fileTrouble(const std::string& name) {
     return std::filesystem::file_size(name, error) == 0 ? "file is empty" : "";
 }
 
+// Why there is no bitmap.
+std::string causeOf(const DecodedPage& page) {
+    std::vector<std::string> parts = page.messages;
+    if (!page.trouble.empty()) {
+        parts.insert(parts.begin(), page.trouble);
+    }
+    return parts.empty() ? notAPicture : "cannot be read: " + join(parts, "; ");
+}
+
 } // namespace
 
-Source::Source(std::string name, CodecMessages& messages, Frames frames)
-    : name_(std::move(name)), messages_(messages) {
+Source::Source(std::string name, CodecMessages& messages, Frames frames, const Decoding& decoding)
+    : Source(name, readerFor(name, messages, frames, decoding)) {}
+
+Source::Source(std::string name, std::unique_ptr<PageReader> reader)
+    : name_(std::move(name)), reader_(std::move(reader)) {
     if (const std::string trouble = fileTrouble(name_); !trouble.empty()) {
         fail(trouble);
     }
-    messages_.listen();
-    format_ = FreeImage_GetFileType(name_.c_str(), 0);
-    if (format_ == FIF_UNKNOWN) {
-        format_ = FreeImage_GetFIFFromFilename(name_.c_str());
+    contents_ = reader_->open();
+    if (!contents_.trouble.empty()) {
+        fail(contents_.trouble);
     }
-    if (format_ == FIF_UNKNOWN) {
-        fail("not a picture that can be read");
+    if (contents_.format == FIF_UNKNOWN) {
+        fail(notAPicture);
     }
-    if (!FreeImage_FIFSupportsReading(format_)) {
-        fail(formatName(format_) + " pictures cannot be read");
+    if (!FreeImage_FIFSupportsReading(contents_.format)) {
+        fail(formatName(contents_.format) + " pictures cannot be read");
     }
-    if (DornImage::FreeImage_IsMultiPageFormat(format_)) {
-        openPages(frames);
-    }
-}
-
-void Source::openPages(Frames frames) {
-    const int flags = format_ == FIF_GIF && frames == Frames::played ? GIF_PLAYBACK : 0;
-    // Read only: otherwise FreeImage puts a cache file beside the picture.
-    pages_.reset(FreeImage_OpenMultiBitmap(format_, name_.c_str(), FALSE, TRUE, FALSE, flags));
-    pageCount_ = pages_ ? FreeImage_GetPageCount(pages_.get()) : 0;
-    if (pageCount_ <= 1) {
-        // A single page is loaded as any other picture is, and keeps its palette; so is a file whose pages
-        // can't be counted: its decoder tells why.
-        pageCount_ = 1;
-        pages_.reset();
-    }
-    messages_.take();
 }
 
 Page Source::load(int page) {
-    if (page < 1 || page > pageCount_) {
-        fail("there is no page " + std::to_string(page) + ", the file has " + countOf(pageCount_, "page"));
-    }
-    FIBITMAP* const bitmap = decode(page);
-    if (!bitmap) {
-        const std::string which = pageCount_ > 1 ? "page " + std::to_string(page) + ": " : "";
-        fail(which + messages_.takeAsCause("cannot be read: ", "not a picture that can be read"));
+    checkNumber(page);
+    DecodedPage decoded = reader_->read(page);
+    if (!decoded.bitmap) {
+        const std::string which = pageCount() > 1 ? "page " + std::to_string(page) + ": " : "";
+        fail(which + causeOf(decoded));
     }
     Page result;
     result.image = new dornbase::ReferencedImplMT<DornImage::Image>();
-    result.image->Attach(bitmap);
-    result.messages = messages_.take();
+    result.image->Attach(decoded.bitmap.release());
+    result.messages = std::move(decoded.messages);
     return result;
 }
 
-FIBITMAP* Source::decode(int page) {
-    if (!pages_) {
-        return DornImage::FreeImage_LoadFile(format_, name_, messages_);
+std::optional<PageSize> Source::sizeOf(int page) {
+    checkNumber(page);
+    return reader_->size(page);
+}
+
+void Source::checkNumber(int page) const {
+    if (page < 1 || page > pageCount()) {
+        fail("there is no page " + std::to_string(page) + ", the file has " + countOf(pageCount(), "page"));
     }
-    messages_.listen();
-    FIBITMAP* const locked = FreeImage_LockPage(pages_.get(), page - 1);
-    if (!locked) {
-        return nullptr;
-    }
-    FIBITMAP* const copy = FreeImage_Clone(locked);
-    FreeImage_UnlockPage(pages_.get(), locked, FALSE);
-    return copy;
 }
 
 void Source::fail(const std::string& cause) const {

@@ -2,16 +2,13 @@
 #define DORNIMAGE_TOOLS_DORNIMAGE_SOURCE_H
 
 #include "CodecMessages.h"
+#include "Decoding.h"
+#include "PageReader.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
-
-/// How the pages of an animated GIF are taken.
-enum class Frames {
-    stored, // as the file holds them: only the part that changes, with a palette
-    played, // the whole picture that a viewer shows at that moment, 32 bits
-};
 
 /// A page and what its codec said about it.
 struct Page {
@@ -23,31 +20,34 @@ struct Page {
 class Source {
 public:
     /// Finds the format, by content and then by name, and counts the pages. `messages` is used for every
-    /// load. Throws ToolError (ExitCode::input) when there is no picture that can be read.
-    Source(std::string name, CodecMessages& messages, Frames frames = Frames::stored);
+    /// load, where that is not decoded apart. Throws ToolError (ExitCode::input) when there is no picture
+    /// that can be read.
+    Source(std::string name, CodecMessages& messages, Frames frames = Frames::stored,
+           const Decoding& decoding = {});
+
+    /// The same with a reader of the caller's for this file. With an IsolatedReader there is no
+    /// CodecMessages, and several threads may have a source each.
+    Source(std::string name, std::unique_ptr<PageReader> reader);
 
     const std::string& name() const { return name_; }
-    FREE_IMAGE_FORMAT format() const { return format_; }
+    FREE_IMAGE_FORMAT format() const { return contents_.format; }
     /// At least 1.
-    int pageCount() const { return pageCount_; }
+    int pageCount() const { return contents_.pageCount; }
 
     /// Decodes a page; they count from 1. Throws ToolError (ExitCode::input).
     Page load(int page);
 
-private:
-    struct CloseFile {
-        void operator()(FIMULTIBITMAP* file) const { FreeImage_CloseMultiBitmap(file, 0); }
-    };
+    /// What the page's header says, without decoding its pixels; none where its codec can't tell that way.
+    /// Throws ToolError (ExitCode::input) when there is no such page.
+    std::optional<PageSize> sizeOf(int page);
 
-    void openPages(Frames frames);
-    FIBITMAP* decode(int page);
+private:
+    void checkNumber(int page) const;
     [[noreturn]] void fail(const std::string& cause) const;
 
     std::string name_;
-    FREE_IMAGE_FORMAT format_ = FIF_UNKNOWN;
-    int pageCount_ = 1;
-    CodecMessages& messages_;
-    std::unique_ptr<FIMULTIBITMAP, CloseFile> pages_; // null for a file of one page
+    FileContents contents_;
+    std::unique_ptr<PageReader> reader_;
 };
 
 #endif

@@ -14,17 +14,19 @@ struct Options {
     std::string folder;
     std::string format;
     unsigned memory = defaultMemoryLimit;
+    Decoding decoding;
 };
 
 class Split {
 public:
-    explicit Split(const Options& options) : options_(options), pages_(options.memory, messages_) {}
+    explicit Split(const Options& options)
+        : options_(options), pages_(options.memory, messages_, options.decoding) {}
 
     ExitCode run() {
         if (!options_.format.empty()) {
             chosenFormat_ = formatForWriting(options_.folder, options_.format);
         }
-        Source source(options_.input, messages_, Frames::played);
+        Source source(options_.input, messages_, Frames::played, options_.decoding);
         count_ = source.pageCount();
         PageLoop reading("reading", static_cast<std::size_t>(count_));
         for (int page = 1; page <= count_; ++page) {
@@ -99,5 +101,6 @@ void addSplitCommand(CLI::App& app, Action& action) {
             "hold the page)")
         ->type_name("FORMAT");
     addMemoryOption(*command, options->memory);
+    addDecodingOptions(*command, options->decoding);
     command->callback([options, &action] { action = [options] { return Split(*options).run(); }; });
 }

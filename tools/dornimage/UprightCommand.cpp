@@ -30,7 +30,7 @@ int orientationOfJpeg(const TransformOptions& options) {
         return 0;
     }
     CodecMessages messages;
-    Source source(options.input, messages);
+    Source source(options.input, messages, Frames::stored, options.decoding);
     if (source.format() != FIF_JPEG) {
         return 0;
     }

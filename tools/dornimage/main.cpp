@@ -1,4 +1,6 @@
 #include "Commands.h"
+#include "DecodeProtocol.h"
+#include "DecodeServer.h"
 #include "Text.h"
 #include "VersionText.h"
 
@@ -7,6 +9,7 @@
 #include <iostream>
 #include <new>
 #include <sstream>
+#include <string_view>
 
 namespace {
 
@@ -80,6 +83,9 @@ ExitCode run(int argc, const char* const* argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && std::string_view(argv[1]) == decoderArgument) {
+        serveAsDecoder();
+    }
     try {
         return static_cast<int>(run(argc, argv));
     } catch (const std::bad_alloc&) {

@@ -1,0 +1,308 @@
+// Decoding in a process apart: what comes from it is what decoding here gives, and whatever becomes of it is
+// a page that can't be read.
+
+#include "CodecMessages.h"
+#include "IsolatedReader.h"
+#include "LocalReader.h"
+#include "Sandbox.h"
+#include "ToolRun.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr std::uint64_t plenty = std::uint64_t{2} << 30;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool memoryCanBeLimited = false;
+#else
+constexpr bool memoryCanBeLimited = true;
+#endif
+
+std::string bytesOf(const void* start, std::size_t size) {
+    return size == 0 ? "" : std::string(static_cast<const char*>(start), size);
+}
+
+std::string tagsOf(FIBITMAP* bitmap) {
+    std::string all;
+    for (int model = FIMD_COMMENTS; model <= FIMD_EXIF_RAW; ++model) {
+        FITAG* tag = nullptr;
+        const auto kind = static_cast<FREE_IMAGE_MDMODEL>(model);
+        if (FreeImage_GetMetadataCount(kind, bitmap) == 0) {
+            continue;
+        }
+        FIMETADATA* const search = FreeImage_FindFirstMetadata(kind, bitmap, &tag);
+        do {
+            const char* const description = FreeImage_GetTagDescription(tag);
+            all += std::to_string(model) + " " + FreeImage_GetTagKey(tag) + " " +
+                   (description ? description : "-") + " " + std::to_string(FreeImage_GetTagID(tag)) + " " +
+                   std::to_string(FreeImage_GetTagType(tag)) + " " +
+                   std::to_string(FreeImage_GetTagCount(tag)) + " " +
+                   bytesOf(FreeImage_GetTagValue(tag), FreeImage_GetTagLength(tag)) + "\n";
+        } while (FreeImage_FindNextMetadata(search, &tag));
+        FreeImage_FindCloseMetadata(search);
+    }
+    return all;
+}
+
+void expectSame(FIBITMAP* a, FIBITMAP* b) {
+    ASSERT_EQ(a == nullptr, b == nullptr);
+    if (!a) {
+        return;
+    }
+    EXPECT_EQ(FreeImage_GetImageType(a), FreeImage_GetImageType(b));
+    // Size, depth, number of colours, resolution.
+    ASSERT_EQ(std::memcmp(FreeImage_GetInfoHeader(a), FreeImage_GetInfoHeader(b), sizeof(BITMAPINFOHEADER)),
+              0);
+    EXPECT_EQ(FreeImage_GetRedMask(a), FreeImage_GetRedMask(b));
+    EXPECT_EQ(FreeImage_GetGreenMask(a), FreeImage_GetGreenMask(b));
+    EXPECT_EQ(FreeImage_GetColorType(a), FreeImage_GetColorType(b));
+    const std::size_t paletteSize = FreeImage_GetColorsUsed(a) * sizeof(RGBQUAD);
+    EXPECT_EQ(bytesOf(FreeImage_GetPalette(a), paletteSize), bytesOf(FreeImage_GetPalette(b), paletteSize));
+    EXPECT_EQ(FreeImage_IsTransparent(a), FreeImage_IsTransparent(b));
+    EXPECT_EQ(bytesOf(FreeImage_GetTransparencyTable(a), FreeImage_GetTransparencyCount(a)),
+              bytesOf(FreeImage_GetTransparencyTable(b), FreeImage_GetTransparencyCount(b)));
+    RGBQUAD backA{}, backB{};
+    EXPECT_EQ(FreeImage_GetBackgroundColor(a, &backA), FreeImage_GetBackgroundColor(b, &backB));
+    EXPECT_EQ(bytesOf(&backA, sizeof(backA)), bytesOf(&backB, sizeof(backB)));
+    const FIICCPROFILE* const profileA = FreeImage_GetICCProfile(a);
+    const FIICCPROFILE* const profileB = FreeImage_GetICCProfile(b);
+    EXPECT_EQ(profileA->flags, profileB->flags);
+    EXPECT_EQ(bytesOf(profileA->data, profileA->size), bytesOf(profileB->data, profileB->size));
+    EXPECT_EQ(tagsOf(a), tagsOf(b));
+    const std::size_t size = std::size_t{FreeImage_GetPitch(a)} * FreeImage_GetHeight(a);
+    EXPECT_EQ(std::memcmp(FreeImage_GetBits(a), FreeImage_GetBits(b), size), 0);
+    expectSame(FreeImage_GetThumbnail(a), FreeImage_GetThumbnail(b));
+}
+
+/// The one child process that this one has now, or -1.
+pid_t child() {
+    std::ifstream list("/proc/self/task/" + std::to_string(getpid()) + "/children");
+    pid_t pid = -1;
+    list >> pid;
+    return pid;
+}
+
+std::size_t openDescriptors() {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), {}));
+}
+
+IsolatedReader apart(const std::string& name, unsigned seconds = 60, std::uint64_t memory = plenty) {
+    return {dataFile(name), Frames::stored, memory, seconds, DORN_TOOL};
+}
+
+const std::string fivePages = "multipage/report_5pages_1bit_g4.tif";
+
+} // namespace
+
+TEST(Isolate, GivesAllThatDecodingHereGives) {
+    CodecMessages messages;
+    unsigned pages = 0;
+    for (const char* folder : {"damaged", "depths", "exif", "multipage", "photos"}) {
+        for (const auto& entry : fs::directory_iterator(dataFile(folder))) {
+            const std::string name = entry.path().string();
+            SCOPED_TRACE(name);
+            LocalReader here(name, Frames::played, messages);
+            IsolatedReader there(name, Frames::played, plenty, 60, DORN_TOOL);
+            const FileContents contents = here.open();
+            const FileContents contentsThere = there.open();
+            ASSERT_EQ(contentsThere.format, contents.format);
+            ASSERT_EQ(contentsThere.pageCount, contents.pageCount);
+            ASSERT_EQ(contentsThere.trouble, contents.trouble);
+            for (int page = 1; page <= contents.pageCount; ++page, ++pages) {
+                const DecodedPage a = here.read(page);
+                const DecodedPage b = there.read(page);
+                EXPECT_EQ(a.messages, b.messages);
+                EXPECT_EQ(b.trouble, "");
+                expectSame(a.bitmap.get(), b.bitmap.get());
+                const auto size = there.size(page);
+                if (size && a.bitmap) {
+                    EXPECT_EQ(size->width, FreeImage_GetWidth(a.bitmap.get()));
+                    EXPECT_EQ(size->height, FreeImage_GetHeight(a.bitmap.get()));
+                }
+            }
+        }
+    }
+    EXPECT_GT(pages, 40U);
+}
+
+TEST(Isolate, TheToolAnswersTheSame) {
+    const ScratchFolder scratch;
+    std::vector<std::string> files;
+    for (const char* name :
+         {"damaged/cut_in_scan.jpg", "damaged/empty.jpg", "damaged/bad_directory_offset.tif",
+          "multipage/palette.gif", "depths/grey16.png", "multipage/report_5pages_1bit_g4.tif"}) {
+        files.push_back(dataFile(name));
+    }
+    const auto expectSameRun = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), files.begin(), files.end());
+        const ToolRun here = runTool(arguments);
+        const std::string written = fs::exists(scratch / "out.tif") ? contentOf(scratch / "out.tif") : "";
+        arguments.insert(arguments.begin() + 1, "--isolate");
+        const ToolRun there = runTool(arguments);
+        EXPECT_EQ(there.exitCode, here.exitCode);
+        EXPECT_EQ(there.out, here.out);
+        EXPECT_EQ(there.err, here.err);
+        EXPECT_TRUE(written.empty() || contentOf(scratch / "out.tif") == written);
+    };
+    expectSameRun({"info", "--json", "--all-pages"});
+    expectSameRun({"join", scratch / "out.tif"});
+    EXPECT_TRUE(fs::exists(scratch / "out.tif"));
+    EXPECT_EQ(runTool({"info", "--decode-seconds", "5", files[0]}).exitCode, 1); // not without --isolate
+}
+
+TEST(Isolate, WhateverBecomesOfTheDecoderIsAFileThatCannotBeRead) {
+    const std::size_t descriptors = openDescriptors();
+    const ScratchFolder scratch;
+    static const std::array<std::array<std::string, 2>, 8> table = {{
+        {"kill -SEGV $$", "the decoder crashed (signal 11, Segmentation fault)"},
+        {"kill -XCPU $$", "took longer than 1 second"},
+        {"exit 3", "the decoder ended with exit code 3"},
+        {"exec sleep 60", "took longer than 1 second"},
+        {"while printf x; do sleep 0.1; done >&4", "took longer than 1 second"},
+        {"exec 4>&-; exec sleep 60", "the decoder fell silent"},
+        {"head -c 100000 /dev/zero >&4; exec sleep 60", "the decoder answered nonsense"},
+        {"tr '\\0' '\\377' </dev/zero >&4", "the decoder answered nonsense"},
+    }};
+    std::array<std::string, table.size() + 1> troubles;
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        std::ofstream(scratch / std::to_string(i)) << "#!/bin/sh\n" << table[i][0] << "\n";
+        fs::permissions(scratch / std::to_string(i), fs::perms::owner_all);
+    }
+    for (std::size_t i = 0; i < troubles.size(); ++i) {
+        threads.emplace_back([&trouble = troubles[i], program = scratch / std::to_string(i)] {
+            trouble = IsolatedReader(dataFile(fivePages), Frames::stored, plenty, 1, program).open().trouble;
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        EXPECT_EQ(troubles[i], "cannot be read: " + table[i][1]) << table[i][0];
+    }
+    EXPECT_THAT(troubles.back(), HasSubstr("the decoder cannot be started: No such file"));
+    EXPECT_EQ(child(), -1);
+    EXPECT_EQ(openDescriptors(), descriptors);
+}
+
+TEST(Isolate, ANewDecoderReadsThePageAfterOneThatFailed) {
+    IsolatedReader reader = apart(fivePages, 1);
+    ASSERT_EQ(reader.open().pageCount, 5);
+    kill(child(), SIGKILL);
+    EXPECT_EQ(reader.read(1).trouble, "the decoder crashed (signal 9, Killed)");
+    EXPECT_TRUE(reader.read(2).bitmap);
+    kill(child(), SIGSTOP);
+    EXPECT_EQ(reader.read(3).trouble, "took longer than 1 second");
+    EXPECT_EQ(child(), -1);
+    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
+        reader.size(3); // starts the decoder
+        kill(child(), signal);
+        EXPECT_TRUE(reader.read(4).bitmap) << signal; // it goes with the tool and not by itself
+    }
+}
+
+TEST(Isolate, MemoryIsLimited) {
+    if (!memoryCanBeLimited) {
+        GTEST_SKIP() << "sanitizers reserve more than any limit";
+    }
+    IsolatedReader reader = apart("photos/mountains_canon_ixus40.jpg", 60, 1 << 20);
+    ASSERT_EQ(reader.open().trouble, "");
+    const DecodedPage page = reader.read(1);
+    EXPECT_FALSE(page.bitmap);
+    EXPECT_EQ(page.trouble, "needs more memory than 1 MiB");
+}
+
+TEST(Isolate, SeveralThreadsHaveAReaderEach) {
+    std::array<int, 4> read{};
+    std::vector<std::thread> threads;
+    for (int& count : read) {
+        threads.emplace_back([&count] {
+            IsolatedReader reader = apart(fivePages);
+            for (int page = reader.open().pageCount; page > 0; --page) {
+                count += reader.read(page).bitmap ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_THAT(read, testing::Each(5));
+    EXPECT_EQ(child(), -1);
+}
+
+TEST(Isolate, TheDecoderGoesWithTheTool) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe(ends.data()), 0);
+    const pid_t tool = fork();
+    if (tool == 0) {
+        IsolatedReader reader = apart(fivePages);
+        reader.open();
+        const pid_t decoder = child();
+        _exit(write(ends[1], &decoder, sizeof(decoder)) < 0 ? 1 : (pause(), 0));
+    }
+    pid_t decoder = -1;
+    ASSERT_EQ(read(ends[0], &decoder, sizeof(decoder)), static_cast<ssize_t>(sizeof(decoder)));
+    ASSERT_EQ(kill(decoder, 0), 0);
+    kill(tool, SIGKILL);
+    waitpid(tool, nullptr, 0);
+    std::string state = "R";
+    for (int i = 0; i < 500 && !state.empty() && state != "Z"; ++i) {
+        usleep(10000);
+        std::string skipped;
+        state.clear();
+        std::ifstream("/proc/" + std::to_string(decoder) + "/stat") >> skipped >> skipped >> state;
+    }
+    EXPECT_TRUE(state.empty() || state == "Z") << state;
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST(Isolate, TheSandboxLeavesNothingButToReadAndToAnswer) {
+    const ScratchFolder scratch;
+    const std::string file = scratch / "file";
+    std::ofstream(file) << "text";
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+    const pid_t confined = fork();
+    if (confined == 0) {
+        const int opened = open(file.c_str(), O_RDWR);
+        bool holds = confineToDecoding(plenty, ends[1]);
+        char byte = 0;
+        holds = holds && read(opened, &byte, 1) == 1 && write(opened, &byte, 1) < 0;
+        holds = holds && open(file.c_str(), O_RDONLY) < 0 && open((file + "2").c_str(), O_CREAT, 0600) < 0;
+        holds = holds && unlink(file.c_str()) < 0 && mkdir((file + "3").c_str(), 0700) < 0;
+        holds = holds && socket(AF_INET, SOCK_STREAM, 0) < 0 && kill(getppid(), 0) < 0;
+        holds = holds &&
+                mmap(nullptr, 4096, PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) == MAP_FAILED;
+        holds = holds && mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) != MAP_FAILED;
+        const pid_t other = fork();
+        holds = holds && other < 0;
+        byte = holds ? 1 : 2;
+        _exit(write(ends[1], &byte, 1) == 1 ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(confined, &status, 0);
+    char answer = 0;
+    EXPECT_EQ(recv(ends[0], &answer, 1, MSG_DONTWAIT), 1);
+    EXPECT_EQ(answer, 1);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(scratch.names(), std::vector<std::string>{"file"});
+    close(ends[0]);
+    close(ends[1]);
+}
