@@ -3,6 +3,7 @@
 #include "ExitCode.h"
 #include "FaxCoder.h"
 #include "JpegHeader.h"
+#include "OnWhite.h"
 #include "PageFacts.h"
 #include "Text.h"
 
@@ -68,24 +69,6 @@ void forEachChunk(const Bytes& png, const Use& use) {
     }
 }
 
-// FreeImage_Composite doesn't round: it would make grey of clear white. Null when memory is short.
-FIBITMAP* onWhite(FIBITMAP* bitmap) {
-    const FIBitmapPtr clear(FreeImage_ConvertTo32Bits(bitmap));
-    FIBITMAP* const result = clear.get() ? FreeImage_ConvertTo24Bits(clear.get()) : nullptr;
-    for (unsigned y = 0; result && y < FreeImage_GetHeight(result); ++y) {
-        const BYTE* from = FreeImage_GetScanLine(clear.get(), static_cast<int>(y));
-        BYTE* to = FreeImage_GetScanLine(result, static_cast<int>(y));
-        for (unsigned x = 0; x < FreeImage_GetWidth(result); ++x, from += 4) {
-            const unsigned alpha = from[FI_RGBA_ALPHA];
-            for (int channel = 0; channel < 3; ++channel) {
-                const unsigned sum = from[channel] * alpha + 255 * (255 - alpha);
-                *to++ = static_cast<BYTE>((sum + 127) / 255);
-            }
-        }
-    }
-    return result;
-}
-
 class PageCoder {
 public:
     PageCoder(DornImage::Image& image, const std::string& output)
@@ -127,10 +110,7 @@ private:
         page_.width = across * enlarged;
         page_.height = down * enlarged;
         if (!(std::max(page_.width, page_.height) <= largestSide)) {
-            const auto metres = [](double points) {
-                std::string text = std::to_string(points / pointsPerInch * 0.0254);
-                return text.substr(0, text.find('.') + 3);
-            };
+            const auto metres = [](double points) { return decimal(points / pointsPerInch * 0.0254, 2); };
             fail("a page of " + metres(page_.width) + " x " + metres(page_.height) +
                  " m is larger than a PDF can hold (5.08 m); its resolution may be wrong");
         }

@@ -3,9 +3,7 @@
 #include "ExitCode.h"
 #include "Text.h"
 
-#include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 
 namespace {
@@ -17,12 +15,9 @@ constexpr std::size_t information = 3;
 
 constexpr std::uint64_t largestOffset = 9'999'999'999; // the table of objects has ten digits for each
 
-// Without the decimal comma that a locale may ask for.
-std::string number(double value) {
-    std::array<char, 32> text{};
-    const auto end =
-        std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, 3).ptr;
-    return {text.data(), end};
+// A thousandth of a point is finer than any printer.
+std::string points(double length) {
+    return decimal(length, 3);
 }
 
 std::string reference(std::size_t object) {
@@ -48,8 +43,8 @@ void PdfWriter::append(DornImage::Image& image, const std::string& jpegFile) {
 void PdfWriter::append(const PdfPage& page) {
     const std::size_t picture =
         addStream("/Type /XObject /Subtype /Image " + page.description, page.data.data(), page.data.size());
-    const std::string width = number(page.width);
-    const std::string height = number(page.height);
+    const std::string width = points(page.width);
+    const std::string height = points(page.height);
     const std::string drawing = "q " + width + " 0 0 " + height + " 0 0 cm /Page Do Q";
     const std::size_t contents = addStream("", drawing.data(), drawing.size());
     offsets_.emplace_back();

@@ -3,6 +3,7 @@
 #include "ImageProcessing/DornImage/DornImage.h"
 
 #include <array>
+#include <charconv>
 #include <iostream>
 
 namespace {
@@ -55,6 +56,13 @@ std::string join(const std::vector<std::string>& parts, std::string_view separat
 
 std::string countOf(long count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string decimal(double value, int digits) {
+    std::array<char, 400> text{}; // the largest number has 309 digits
+    const auto [end, error] =
+        std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, digits);
+    return error == std::errc() ? std::string(text.data(), end) : "";
 }
 
 std::string formatName(FREE_IMAGE_FORMAT format) {

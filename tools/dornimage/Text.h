@@ -22,6 +22,9 @@ std::string join(const std::vector<std::string>& parts, std::string_view separat
 /// "1 page", "5 pages".
 std::string countOf(long count, const std::string& noun);
 
+/// The number with so many digits behind a decimal point, whatever the locale.
+std::string decimal(double value, int digits);
+
 /// FreeImage's name of a format, such as "TIFF"; empty for a number that it doesn't know.
 std::string formatName(FREE_IMAGE_FORMAT format);
 
