@@ -2,6 +2,7 @@
 // a page that can't be read.
 
 #include "CodecMessages.h"
+#include "DecodeProtocol.h"
 #include "IsolatedReader.h"
 #include "LocalReader.h"
 #include "Sandbox.h"
@@ -14,12 +15,16 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
+#include <memory>
+#include <stdexcept>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
@@ -105,6 +110,22 @@ std::size_t openDescriptors() {
 IsolatedReader apart(const std::string& name, unsigned seconds = 60, std::uint64_t memory = plenty) {
     return {dataFile(name), Frames::stored, memory, seconds, DORN_TOOL};
 }
+
+class Bytes : public ByteSource {
+public:
+    explicit Bytes(std::string bytes) : bytes_(std::move(bytes)) {}
+
+    void read(void* to, std::size_t size) override {
+        if (size > bytes_.size() - used_) {
+            throw std::length_error("no more bytes");
+        }
+        used_ += bytes_.copy(static_cast<char*>(to), size, used_);
+    }
+
+private:
+    std::string bytes_;
+    std::size_t used_ = 0;
+};
 
 const std::string fivePages = "multipage/report_5pages_1bit_g4.tif";
 
@@ -199,6 +220,50 @@ TEST(Isolate, WhateverBecomesOfTheDecoderIsAFileThatCannotBeRead) {
     EXPECT_THAT(troubles.back(), HasSubstr("the decoder cannot be started: No such file"));
     EXPECT_EQ(child(), -1);
     EXPECT_EQ(openDescriptors(), descriptors);
+}
+
+TEST(Isolate, AnswersThatContradictThemselvesAreRefused) {
+    struct Case {
+        const char* seed;
+        std::size_t at; // of the number that is changed
+        std::uint32_t value;
+    };
+    constexpr std::size_t hasBitmap = 8, type = 12, width = 16, height = 20, depth = 24, paletteSize = 48;
+    constexpr std::uint64_t limit = 1 << 20;
+    const auto seed = [](const std::string& name) {
+        return contentOf(DORN_FUZZ_CORPUS "/decode_reply/" + name);
+    };
+    for (const Case& c :
+         {Case{"grey16", hasBitmap, 2}, Case{"grey16", type, FIT_UNKNOWN}, Case{"grey16", type, 13},
+          Case{"grey16", type, FIT_RGB16}, Case{"grey16", width, 0}, Case{"grey16", width, 0xffffffff},
+          Case{"grey16", width, 0x7fffffff}, Case{"grey16", height, 0x10000000}, Case{"palette4", depth, 7},
+          Case{"palette4", depth, 8}, Case{"palette4", paletteSize, 60},
+          Case{"palette4", paletteSize, 0xfffffff0}, Case{"failed", 0, 65}, Case{"failed", 4, 1 << 30}}) {
+        std::string bytes = seed(c.seed);
+        EXPECT_NO_THROW(readPage(*std::make_unique<Bytes>(bytes), limit));
+        bytes.replace(c.at, sizeof(c.value), reinterpret_cast<const char*>(&c.value), sizeof(c.value));
+        EXPECT_THROW(readPage(*std::make_unique<Bytes>(bytes), limit), BadReply)
+            << c.seed << c.at << " " << c.value;
+    }
+    EXPECT_THROW(readPage(*std::make_unique<Bytes>(seed("photo")), 1000),
+                 BadReply); // tags cost more than they send
+    for (const auto& entry : fs::directory_iterator(DORN_FUZZ_CORPUS "/decode_reply")) {
+        const std::string bytes = contentOf(entry.path());
+        for (std::size_t size = 0; size <= bytes.size(); ++size) {
+            LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), size);
+        }
+    }
+}
+
+TEST(Isolate, ARefusedSandboxIsTold) {
+    const ScratchFolder scratch;
+    std::ofstream(scratch / "decoder")
+        << "#!/bin/sh\nhead -c 16 <&4 >&2\nprintf '\\022\\0\\0\\0\\1\\0\\0\\0\\0\\0\\0\\0' >&4\n";
+    fs::permissions(scratch / "decoder", fs::perms::owner_all);
+    IsolatedReader reader(dataFile(fivePages), Frames::stored, plenty, 60, scratch / "decoder");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(reader.open().trouble, "");
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("the kernel refuses a sandbox"));
 }
 
 TEST(Isolate, ANewDecoderReadsThePageAfterOneThatFailed) {

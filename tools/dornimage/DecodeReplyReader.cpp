@@ -19,6 +19,10 @@ void require(bool holds) {
     }
 }
 
+// What FreeImage keeps for a tag beside its texts and its value counts as if it were sent: many short tags
+// must not come to more than the limit.
+constexpr std::uint64_t costOfTag = 512;
+
 // Bytes of one value; 0 for what is no type.
 unsigned widthOf(std::uint32_t type) {
     constexpr std::array<unsigned, 19> widths = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 4, 0, 8, 8, 8};
@@ -173,6 +177,7 @@ private:
     }
 
     void tag(FREE_IMAGE_MDMODEL model, FIBITMAP* bitmap) {
+        take(costOfTag);
         const std::string key = text();
         const bool isDescribed = flag();
         const std::string description = isDescribed ? text() : "";
@@ -181,6 +186,7 @@ private:
         const std::uint32_t count = number();
         const std::string value = block();
         require(id <= std::numeric_limits<WORD>::max());
+        require(type == FIDT_NOTYPE || widthOf(type) > 0);
         require(std::uint64_t{count} * widthOf(type) == value.size());
         require(isAsWritersExpect(model, key, type, count));
         DornImage::FITagPtr tag;

@@ -51,7 +51,12 @@ void IsolatedReader::start() {
         seconds_);
     OpenReply reply{};
     process_->read(&reply, sizeof(reply));
-    contents_ = contentsOf(reply);
+    const FileContents found = contentsOf(reply);
+    const bool isFirst = contents_.format == FIF_UNKNOWN;
+    if (!isFirst && (found.format != contents_.format || found.pageCount != contents_.pageCount)) {
+        throw DecoderFailure("the file changed while it was read");
+    }
+    contents_ = found;
     confined_ = reply.confined == 1;
 }
 
