@@ -47,7 +47,7 @@ std::string causeOf(const DecodedPage& page) {
 
 } // namespace
 
-Source::Source(std::string name, CodecMessages& messages, Frames frames, const Decoding& decoding)
+Source::Source(const std::string& name, CodecMessages& messages, Frames frames, const Decoding& decoding)
     : Source(name, readerFor(name, messages, frames, decoding)) {}
 
 Source::Source(std::string name, std::unique_ptr<PageReader> reader)

@@ -22,7 +22,7 @@ public:
     /// Finds the format, by content and then by name, and counts the pages. `messages` is used for every
     /// load, where that is not decoded apart. Throws ToolError (ExitCode::input) when there is no picture
     /// that can be read.
-    Source(std::string name, CodecMessages& messages, Frames frames = Frames::stored,
+    Source(const std::string& name, CodecMessages& messages, Frames frames = Frames::stored,
            const Decoding& decoding = {});
 
     /// The same with a reader of the caller's for this file. With an IsolatedReader there is no
