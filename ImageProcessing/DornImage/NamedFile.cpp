@@ -1,6 +1,7 @@
 #include "ImageProcessing/DornImage/NamedFile.h"
 
 #include "ImageProcessing/DornImage/FileCallbacks.h"
+#include "ImageProcessing/DornImage/ReadGuard.h"
 
 #include <cstdio>
 #include <cstring>
@@ -41,8 +42,8 @@ bool saveNamedFile(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const Velmora::u8
 namespace {
 
 // When it can't open a file, FreeImage composes a message with the whole name in 512 bytes without looking at
-// the room left, which ends the process for a longer name. Longer names therefore never reach FreeImage: it
-// gets the open file.
+// the room left, which ends the process for a longer name. Longer names therefore never reach FreeImage. What
+// can be opened it gets as an open file in any case, with a guard on its reads.
 constexpr std::size_t longestPlainName = 400;
 
 bool isPlainName(const Velmora::u8string& fileName) {
@@ -60,6 +61,30 @@ File openFile(const Velmora::u8string& fileName, const char* mode) {
     return File(std::fopen(fileName.c_str(), mode), std::fclose);
 }
 
+struct GuardedFile {
+    std::FILE* file;
+    ReadGuard guard;
+};
+
+GuardedFile& guardedFile(fi_handle handle) {
+    return *static_cast<GuardedFile*>(handle);
+}
+
+unsigned DLL_CALLCONV readGuarded(void* buffer, unsigned itemSize, unsigned itemCount, fi_handle handle) {
+    GuardedFile& guarded = guardedFile(handle);
+    const auto items = static_cast<unsigned>(std::fread(buffer, itemSize, itemCount, guarded.file));
+    guarded.guard.note(items);
+    return items;
+}
+
+int DLL_CALLCONV seekGuarded(fi_handle handle, long offset, int origin) {
+    return std::fseek(guardedFile(handle).file, offset, origin);
+}
+
+long DLL_CALLCONV tellGuarded(fi_handle handle) {
+    return std::ftell(guardedFile(handle).file);
+}
+
 } // namespace
 
 FREE_IMAGE_FORMAT namedFileContentFormat(const Velmora::u8string& fileName) {
@@ -74,12 +99,14 @@ FIBITMAP* loadNamedFile(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileN
     if (!isWholeName(fileName)) {
         return nullptr;
     }
-    if (isPlainName(fileName)) {
-        return ::FreeImage_Load(format, fileName.c_str(), flags);
-    }
     const File file = openFile(fileName, "rbe");
-    FreeImageIO io = fileCallbacks(false);
-    return file ? ::FreeImage_LoadFromHandle(format, &io, file.get(), flags) : nullptr;
+    if (!file) {
+        // For its message.
+        return isPlainName(fileName) ? ::FreeImage_Load(format, fileName.c_str(), flags) : nullptr;
+    }
+    GuardedFile guarded{file.get(), ReadGuard(format)};
+    FreeImageIO io{readGuarded, nullptr, seekGuarded, tellGuarded};
+    return ::FreeImage_LoadFromHandle(format, &io, &guarded, flags);
 }
 
 bool saveNamedFile(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const Velmora::u8string& fileName, int flags) {

@@ -15,7 +15,7 @@ FIBITMAP* FreeImage_LoadFile(FREE_IMAGE_FORMAT format, IStream* stream, VelmoraE
     dornbase::ThreadMutexGuard guard(imageLoadMutex, false);
     std::optional<IStream2FileOperation> operation;
     const MessageCapture capture(exception);
-    operation.emplace(stream);
+    operation.emplace(stream, format);
     FreeImageIO io = operation->prepare();
     FIBITMAP* result =
         decodeCatchingAll(exception, [&] { return ::FreeImage_LoadFromHandle(format, &io, &*operation, 0); });

@@ -25,7 +25,8 @@ IStream2FileOperation& operationOf(fi_handle handle) {
 
 } // namespace
 
-IStream2FileOperation::IStream2FileOperation(IStream* source) : stream(source) {
+IStream2FileOperation::IStream2FileOperation(IStream* source, FREE_IMAGE_FORMAT format)
+    : stream(source), guard(format) {
     stream->AddRef();
 }
 
@@ -44,19 +45,25 @@ FreeImageIO IStream2FileOperation::prepare() {
 unsigned DLL_CALLCONV IStream2FileOperation::readProc(void* buffer, unsigned itemSize, unsigned itemCount,
                                                       fi_handle handle) {
     IStream2FileOperation& self = operationOf(handle);
-    const std::uint32_t wanted = wholeItems(itemSize * itemCount, itemSize, self.size - self.position);
+    const unsigned items = self.read(buffer, itemSize, itemCount);
+    self.guard.note(items);
+    return items;
+}
+
+unsigned IStream2FileOperation::read(void* buffer, unsigned itemSize, unsigned itemCount) {
+    const std::uint32_t wanted = wholeItems(itemSize * itemCount, itemSize, size - position);
     if (wanted == 0) {
         return 0;
     }
     ULONG got = 0;
-    if (FAILED(self.stream->Read(buffer, wanted, &got))) {
+    if (FAILED(stream->Read(buffer, wanted, &got))) {
         return 0;
     }
     if (got != wanted) {
-        self.seekToPosition();
+        seekToPosition();
         return 0;
     }
-    self.position += wanted;
+    position += wanted;
     return wanted / itemSize;
 }
 

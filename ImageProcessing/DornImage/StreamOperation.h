@@ -1,6 +1,7 @@
 #ifndef DORNIMAGE_IMAGEPROCESSING_DORNIMAGE_STREAMOPERATION_H
 #define DORNIMAGE_IMAGEPROCESSING_DORNIMAGE_STREAMOPERATION_H
 
+#include "ImageProcessing/DornImage/ReadGuard.h"
 #include "platform/Stream.h"
 
 #include <FreeImage.h>
@@ -14,7 +15,8 @@ namespace DornImage {
 /// 32 bits wide and wrap, so of a longer stream the low 32 bits of its size count.
 class IStream2FileOperation {
 public:
-    explicit IStream2FileOperation(IStream* source);
+    /// @param format what the codec reads.
+    IStream2FileOperation(IStream* source, FREE_IMAGE_FORMAT format);
     IStream2FileOperation(const IStream2FileOperation&) = delete;
     IStream2FileOperation& operator=(const IStream2FileOperation&) = delete;
     virtual ~IStream2FileOperation();
@@ -29,11 +31,13 @@ private:
     static int DLL_CALLCONV seekProc(fi_handle handle, long offset, int origin);
     static long DLL_CALLCONV tellProc(fi_handle handle);
 
+    unsigned read(void* buffer, unsigned itemSize, unsigned itemCount);
     bool seekToPosition();
 
     IStream* stream;
     std::uint32_t position = 0;
     std::uint32_t size = 0;
+    ReadGuard guard;
 };
 
 } // namespace DornImage

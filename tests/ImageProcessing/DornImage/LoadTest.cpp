@@ -150,6 +150,19 @@ TEST_F(LoadTest, RecordGetsWhatTheCodecSaysOfDamagedFiles) {
     EXPECT_EQ(FreeImage_LoadFile(FIF_PNG, Velmora::u8string(1000, 'x'), record), nullptr) << "must survive";
 }
 
+// Their codecs would look for the rest for ever.
+TEST_F(LoadTest, CutFilesComeToAnEnd) {
+    const std::pair<FREE_IMAGE_FORMAT, std::string> files[] = {
+        {FIF_IFF, std::string("FORM\0\0\0\xa0ILBM", 12)},
+        {FIF_XBM, "#define p_width 8\n#define p_height 1\nstatic char p_bits[] = {\n0x"}};
+    for (const auto& [codec, content] : files) {
+        dorntest::writeFile(folder / "cut", content);
+        EXPECT_EQ(FreeImage_LoadFile(codec, (folder / "cut").string(), record), nullptr);
+        EXPECT_THAT(messages(record), ElementsAre("Unhandled exception"));
+        record.clear();
+    }
+}
+
 TEST_F(LoadTest, LoadsByNameRunOneAtATimeWithTheirOwnRecords) {
     std::atomic<int> running = 0;
     std::atomic<bool> overlapped = false;
