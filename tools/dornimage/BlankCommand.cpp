@@ -108,10 +108,8 @@ private:
         const GreyImage grey = normalised(image, source.name());
         const BlankPage page(grey.image->getFIBTMAP());
         BlankMeasure measure = measureBlank(page, options_.ignoreFaint);
-        if (damaged && measure.verdict == BlankVerdict::empty) {
-            // What the decoder could not read may have been the content.
-            measure.verdict = BlankVerdict::unsure;
-            measure.reason = "nothing stands out in what could be decoded of a damaged page";
+        if (damaged) {
+            doubtDamaged(measure);
         }
         hasContent_ = hasContent_ || measure.verdict == BlankVerdict::content;
         isUnsure_ = isUnsure_ || measure.verdict == BlankVerdict::unsure;

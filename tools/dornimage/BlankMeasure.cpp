@@ -272,3 +272,10 @@ BlankMeasure measureBlank(const BlankPage& page, bool ignoreFaint) {
     judge(result);
     return result;
 }
+
+void doubtDamaged(BlankMeasure& measure) {
+    if (measure.verdict == BlankVerdict::empty) {
+        measure.verdict = BlankVerdict::unsure;
+        measure.reason = "nothing stands out in what could be decoded of a damaged page";
+    }
+}

@@ -47,4 +47,7 @@ struct BlankMeasure {
 /// @param ignoreFaint take what stands out faintly for part of the paper, without looking.
 BlankMeasure measureBlank(const BlankPage& page, bool ignoreFaint = false);
 
+/// What is left of the verdict when a decoder complained: what it could not read may have been the content.
+void doubtDamaged(BlankMeasure& measure);
+
 #endif

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <mutex>
 
 namespace {
 
@@ -11,7 +12,11 @@ namespace {
 constexpr std::size_t messagesKept = 8;
 
 // FreeImage's handler has no argument of the caller's.
-CodecMessages* listener = nullptr;
+thread_local CodecMessages* listener = nullptr;
+
+// FreeImage and the log have one handler for all threads, which is there while anyone listens.
+std::mutex countMutex;
+int listeners = 0;
 
 void DLL_CALLCONV onFreeImageMessage(FREE_IMAGE_FORMAT format, const char* message) {
     if (listener) {
@@ -36,15 +41,21 @@ public:
 
 } // namespace
 
-CodecMessages::CodecMessages() {
+CodecMessages::CodecMessages() : earlier_(listener) {
     listener = this;
-    dornutils::setSystemLogFormater(std::make_shared<CodecLog>());
+    const std::lock_guard lock(countMutex);
+    if (++listeners == 1) {
+        dornutils::setSystemLogFormater(std::make_shared<CodecLog>());
+    }
 }
 
 CodecMessages::~CodecMessages() {
-    listener = nullptr;
-    FreeImage_SetOutputMessage(nullptr);
-    dornutils::setSystemLogFormater(nullptr);
+    listener = earlier_;
+    const std::lock_guard lock(countMutex);
+    if (--listeners == 0) {
+        FreeImage_SetOutputMessage(nullptr);
+        dornutils::setSystemLogFormater(nullptr);
+    }
 }
 
 void CodecMessages::listen() {

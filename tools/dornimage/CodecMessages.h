@@ -8,7 +8,8 @@
 #include <vector>
 
 /// Gathers what the codecs say while it lives: pass it as the error record of a load, and call `listen`
-/// before calling FreeImage directly. What the TIFF codec logs arrives by itself. One object at a time.
+/// before calling FreeImage directly. What the TIFF codec logs arrives by itself. It hears the thread that it
+/// was made on, and stays there; of several objects on a thread the latest hears.
 class CodecMessages : public VelmoraException {
 public:
     CodecMessages();
@@ -16,7 +17,8 @@ public:
     CodecMessages& operator=(const CodecMessages&) = delete;
     ~CodecMessages() override;
 
-    /// Directs FreeImage's messages here. Each load of the library ends with taking them away again.
+    /// Directs FreeImage's messages here. Each load of the library ends with taking them away again, from all
+    /// threads.
     void listen();
 
     void setError(const Velmora::u8string& fileName, unsigned line,
@@ -33,6 +35,7 @@ private:
 
     std::vector<std::string> messages_;
     std::size_t more_ = 0;
+    CodecMessages* const earlier_;
 };
 
 #endif

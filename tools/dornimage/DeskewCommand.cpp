@@ -1,13 +1,12 @@
 #include "Commands.h"
+#include "Levelling.h"
 #include "Normalise.h"
 #include "PageRun.h"
 #include "PageTransform.h"
 #include "SkewMeasure.h"
 #include "SkewReach.h"
 #include "Text.h"
-#include "Turn.h"
 
-#include <algorithm>
 #include <cmath>
 #include <iomanip>
 #include <iostream>
@@ -18,8 +17,6 @@ namespace {
 
 using DornImage::Image;
 using DornImage::Reference;
-
-constexpr double degree = 3.141592653589793 / 180;
 
 struct Options {
     TransformOptions pages;
@@ -48,7 +45,8 @@ public:
 
 private:
     Reference<Image> levelled(const Source& source, int number, const Reference<Image>& page) {
-        const Reference<Image> grey = withSquarePixels(normalised(*page, options_.pages.input).image);
+        const Reference<Image> grey =
+            withSquarePixels(normalised(*page, options_.pages.input).image, options_.pages.input);
         const SkewMeasure measure = measureSkew(grey->getFIBTMAP(), options_.reach);
         std::cout << pageName(source, number) << ": ";
         if (!measure.angle) {
@@ -57,46 +55,12 @@ private:
             return page;
         }
         std::cout << degrees(*measure.angle);
-        const double longSide = std::max(grey->GetWidth(), grey->GetHeight());
-        if (std::abs(std::sin(*measure.angle * degree)) * longSide / 2 < 1) {
+        if (isLevelToAPixel(*measure.angle, *grey)) {
             std::cout << ", not turned: level to a pixel\n";
             return page;
         }
         std::cout << ", turned back\n";
-        return turnedBack(page, *measure.angle);
-    }
-
-    // A page whose pixels aren't square, such as a fax, is turned as it is on paper.
-    Reference<Image> turnedBack(const Reference<Image>& page, double angle) {
-        return colours_.through(page, [&](const Reference<Image>& plain) {
-            const Reference<Image> square = withSquarePixels(plain);
-            Reference<Image> level =
-                turnedAbout(middleOf(*square), -angle, square, colours_, options_.pages.input);
-            if (square.get() == plain.get()) {
-                return level;
-            }
-            Reference<Image> result;
-            if (!level->GetScaled(plain->GetWidth(), plain->GetHeight(), Image::ScaleTypeLinear, result)) {
-                failInMemory();
-            }
-            FreeImage_SetDotsPerMeterX(result->getFIBTMAP(), FreeImage_GetDotsPerMeterX(plain->getFIBTMAP()));
-            FreeImage_SetDotsPerMeterY(result->getFIBTMAP(), FreeImage_GetDotsPerMeterY(plain->getFIBTMAP()));
-            return result;
-        });
-    }
-
-    Reference<Image> withSquarePixels(const Reference<Image>& page) const {
-        Reference<Image> square = page;
-        DornImage::DPIUnifAdapter adapter;
-        if (!DornImage::applyAdapter(&adapter, square)) {
-            failInMemory();
-        }
-        return square;
-    }
-
-    [[noreturn]] void failInMemory() const {
-        throw ToolError(ExitCode::limits, options_.pages.input,
-                        "its pixels cannot be made square in the memory at hand");
+        return turnedBack(page, *measure.angle, colours_, options_.pages.input);
     }
 
     const Options& options_;

@@ -93,12 +93,11 @@ Page PageList::pageApart(std::size_t index) {
     return source.load(pageNumber(index));
 }
 
-void addMemoryOption(CLI::App& command, unsigned& limit) {
+void addMemoryOption(CLI::App& command, unsigned& limit, const std::string& description) {
     command
         .add_option_function<std::uint64_t>(
             "--memory", [&limit](const std::uint64_t& bytes) { limit = static_cast<unsigned>(bytes); },
-            "Bytes of pages to hold in memory, such as 64M (default 512M, at most 2G, 0 for no limit); the "
-            "others wait in temporary files")
+            description)
         ->option_text("LIMIT")
         ->transform(CLI::AsSizeValue(false))
         ->check(CLI::Range(std::uint64_t{0}, largestLimit));

@@ -62,6 +62,10 @@ private:
 constexpr unsigned defaultMemoryLimit = 512u << 20;
 
 /// Adds the option --memory to a command. `limit` gets its value in bytes.
-void addMemoryOption(CLI::App& command, unsigned& limit);
+void addMemoryOption(CLI::App& command, unsigned& limit,
+                     const std::string& description =
+                         "Bytes of pages to hold in memory, such as 64M (default 512M, at most 2G, 0 for no "
+                         "limit); the others "
+                         "wait in temporary files");
 
 #endif

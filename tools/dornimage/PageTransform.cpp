@@ -10,11 +10,6 @@ namespace {
 using DornImage::Image;
 using DornImage::Reference;
 
-// FreeImage's writers of these formats store a picture's EXIF data.
-bool keepsExif(FREE_IMAGE_FORMAT format) {
-    return format == FIF_JPEG || format == FIF_WEBP || format == FIF_PSD;
-}
-
 class Transformation {
 public:
     Transformation(const TransformOptions& options, const NumberedPageWork& work)
@@ -60,8 +55,7 @@ private:
         left_ = result.get() == loaded.image.get();
         const int orientation = exifOrientation(result->getFIBTMAP()).value_or(1);
         if (orientation != 1 && !keepsExif_) {
-            report(options_.input, "its EXIF orientation " + std::to_string(orientation) +
-                                       " has no place in the output, which shows it as it is stored");
+            report(options_.input, orientationLost(orientation));
         }
         return result;
     }

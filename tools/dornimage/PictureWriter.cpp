@@ -107,6 +107,15 @@ FREE_IMAGE_FORMAT formatForWriting(const std::string& outputName, const std::str
     return format;
 }
 
+bool keepsExif(FREE_IMAGE_FORMAT format) {
+    return format == FIF_JPEG || format == FIF_WEBP || format == FIF_PSD;
+}
+
+std::string orientationLost(int orientation) {
+    return "its EXIF orientation " + std::to_string(orientation) +
+           " has no place in the output, which shows it as it is stored";
+}
+
 PictureWriter::PictureWriter(std::string name, FREE_IMAGE_FORMAT format, std::optional<int> flags,
                              CodecMessages& messages)
     : name_(std::move(name)), format_(format), flags_(flags), messages_(messages) {}

@@ -17,6 +17,12 @@ FREE_IMAGE_FORMAT formatForWriting(const std::string& outputName, const std::str
 /// Bits a pixel of the usual pictures that can be written in the format.
 std::vector<int> exportDepths(FREE_IMAGE_FORMAT format);
 
+/// Whether FreeImage's writer of the format stores a picture's EXIF data.
+bool keepsExif(FREE_IMAGE_FORMAT format);
+
+/// Tells people that a format has no place for the EXIF orientation.
+std::string orientationLost(int orientation);
+
 /// Writes pictures of one format under one name. Nothing stands there before `finish`, and nothing new ever
 /// when a step throws ToolError (ExitCode::output).
 class PictureWriter {

@@ -16,8 +16,12 @@ bool isGrey(const PageFacts& facts) {
 
 } // namespace
 
-PlainColours::PlainColours(std::string file, std::string done)
-    : file_(std::move(file)), done_(std::move(done)) {}
+PlainColours::PlainColours(std::string file, std::string done, Say say)
+    : file_(std::move(file)), done_(std::move(done)), say_(std::move(say)) {
+    if (!say_) {
+        say_ = [file = file_](const std::string& message) { report(file, message); };
+    }
+}
 
 PlainColours::Page PlainColours::of(const Page& page) {
     const PageFacts facts = factsOf(*page);
@@ -62,6 +66,6 @@ PlainColours::Page PlainColours::through(const Page& page, const std::function<P
 
 void PlainColours::say(const std::string& message) {
     if (said_.insert(message).second) {
-        report(file_, message);
+        say_(message);
     }
 }

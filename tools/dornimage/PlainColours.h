@@ -7,15 +7,19 @@
 #include <set>
 #include <string>
 
+/// Takes what there is to say about a page.
+using Say = std::function<void(const std::string& message)>;
+
 /// Brings pages to 8-bit grey or 24-bit colour, for work that takes the numbers in a bitmap for brightness,
-/// and reports what it had to change, each text once.
+/// and tells what it had to change, each text once.
 class PlainColours {
 public:
     using Page = DornImage::Reference<DornImage::Image>;
 
     /// @param file the input, for messages.
     /// @param done what happens to the pages, such as "smoothed".
-    PlainColours(std::string file, std::string done);
+    /// @param say gets the messages; without it they are reported.
+    PlainColours(std::string file, std::string done, Say say = {});
 
     /// The page itself where it is of such a kind. Throws ToolError (ExitCode::input) for kinds of pixels
     /// that have no colours.
@@ -30,6 +34,7 @@ private:
 
     std::string file_;
     std::string done_;
+    Say say_;
     std::set<std::string> said_;
 };
 

@@ -2,6 +2,7 @@
 
 #include "ExitCode.h"
 #include "OutputFile.h"
+#include "PageFacts.h"
 
 #include <cerrno>
 #include <cstring>
@@ -39,6 +40,19 @@ void exchangeResolutions(FIBITMAP* bitmap) {
     changeExifBlock(bitmap, [](ExifBlock& block) { block.exchangeResolutions(); });
 }
 
+// What is known of a page after it was turned upright.
+void settle(FIBITMAP* bitmap, int orientation) {
+    constexpr int firstWithExchangedSides = 5;
+    if (orientation >= firstWithExchangedSides) {
+        exchangeResolutions(bitmap);
+    }
+    markUpright(bitmap);
+}
+
+[[noreturn]] void failInMemory(const std::string& file) {
+    throw ToolError(ExitCode::limits, file, "cannot be turned upright in the memory at hand");
+}
+
 } // namespace
 
 Reference<Image> turned(const Reference<Image>& page, int clockwise, PlainColours& colours) {
@@ -58,20 +72,42 @@ UprightPage upright(const Reference<Image>& page, const std::string& file) {
     DornImage::ExifOrientationAdapter adapter;
     UprightPage result = {page, 1};
     if (!DornImage::applyAdapter(&adapter, result.page)) {
-        throw ToolError(ExitCode::limits, file, "cannot be turned upright in the memory at hand");
+        failInMemory(file);
     }
     if (result.page.get() == page.get()) {
         return result;
     }
     result.orientation = adapter.getOrigOrient();
-    FIBITMAP* const bitmap = result.page->getFIBTMAP();
-    constexpr int firstWithExchangedSides = 5;
-    if (result.orientation >= firstWithExchangedSides) {
-        exchangeResolutions(bitmap);
-    }
-    DornImage::FreeImage_SetTagValue(FIMD_EXIF_MAIN, bitmap, "Orientation", 1);
-    changeExifBlock(bitmap, [](ExifBlock& block) { block.markUpright(); });
+    settle(result.page->getFIBTMAP(), result.orientation);
     return result;
+}
+
+Reference<Image> uprightFrom(int orientation, const Reference<Image>& page, const std::string& file) {
+    DornImage::ExifOrientationAdapter adapter;
+    Reference<Image> result;
+    if (adapter.rotateImage(static_cast<short>(orientation), page.get(), result) !=
+        DornImage::ImageLoadAdapter::AdapterApplied) {
+        failInMemory(file);
+    }
+    settle(result->getFIBTMAP(), orientation);
+    return result;
+}
+
+void markUpright(FIBITMAP* bitmap) {
+    if (exifOrientation(bitmap)) {
+        DornImage::FreeImage_SetTagValue(FIMD_EXIF_MAIN, bitmap, "Orientation", 1);
+        changeExifBlock(bitmap, [](ExifBlock& block) { block.markUpright(); });
+    }
+}
+
+DornImage::JpegOperation jpegOperationFor(int orientation) {
+    using DornImage::JpegOperation;
+    constexpr JpegOperation operations[] = {
+        JpegOperation::flipHorizontal, JpegOperation::rotate180, JpegOperation::flipVertical,
+        JpegOperation::transpose,      JpegOperation::rotate90,  JpegOperation::transverse,
+        JpegOperation::rotate270,
+    };
+    return operations[orientation - 2];
 }
 
 bool turnJpegFile(const std::string& input, const std::string& output, DornImage::JpegOperation operation,

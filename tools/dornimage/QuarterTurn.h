@@ -24,6 +24,17 @@ struct UprightPage {
 /// Throws ToolError (ExitCode::limits) in the name of `file` when memory runs out.
 UprightPage upright(const DornImage::Reference<DornImage::Image>& page, const std::string& file);
 
+/// The page turned upright from an EXIF orientation of 2 to 8, whatever its own tag says; what it says
+/// afterwards is 1. Throws as above.
+DornImage::Reference<DornImage::Image>
+uprightFrom(int orientation, const DornImage::Reference<DornImage::Image>& page, const std::string& file);
+
+/// Makes the EXIF orientation of a bitmap 1, where it has one.
+void markUpright(FIBITMAP* bitmap);
+
+/// The operation that turns upright what is stored under an EXIF orientation of 2 to 8.
+DornImage::JpegOperation jpegOperationFor(int orientation);
+
 /// Turns a JPEG file as it is, all its markers kept. The operation is applied to what is stored.
 /// @param markUpright makes its EXIF orientation 1.
 /// @return false, with no output, when that would lose something: the size isn't one of whole blocks.

@@ -1,13 +1,12 @@
 #include "Commands.h"
 #include "PageDepth.h"
-#include "PageFacts.h"
+#include "PageScale.h"
 #include "PageTransform.h"
 #include "PictureWriter.h"
 #include "Text.h"
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <set>
@@ -16,16 +15,6 @@ namespace {
 
 using DornImage::Image;
 using DornImage::Reference;
-
-constexpr double metresPerInch = 0.0254;
-
-// More than this a scaled page doesn't get, so that a slip of the finger does not fill the machine.
-constexpr double mostBytes = 2147483648.0;
-
-struct Size {
-    double width;
-    double height;
-};
 
 // What is asked for; one of the first four is set.
 struct Options {
@@ -54,22 +43,12 @@ std::optional<Size> sizeFrom(const std::string& text) {
     return Size{static_cast<double>(width), static_cast<double>(height)};
 }
 
-struct Method {
-    const char* name;
-    Image::ScaleType type;
-    unsigned leastSide; // of a source, in pixels
-};
-
-constexpr Method methods[] = {{"linear", Image::ScaleTypeLinear, 2},
-                              {"cubic", Image::ScaleTypeCubic, 4},
-                              {"lanczos", Image::ScaleTypeLanczos, 6}};
-
 class Scaling {
 public:
     explicit Scaling(const Options& options)
         : options_(options),
-          method_(*std::find_if(std::begin(methods), std::end(methods),
-                                [&](const Method& m) { return options.method == m.name; })) {}
+          scale_(options.pages.input, formatForWriting(options.pages.output, options.pages.format),
+                 scaleMethod(options.method), [this](const std::string& message) { say(message); }) {}
 
     ExitCode run() {
         return transformPages(options_.pages, [this](const Reference<Image>& page) {
@@ -78,37 +57,13 @@ public:
     }
 
 private:
-    Reference<Image> scaled(const Reference<Image>& page) {
-        const Size size = checkedSize(*page);
-        const auto width = static_cast<unsigned>(size.width);
-        const auto height = static_cast<unsigned>(size.height);
-        Reference<Image> result;
-        if (!scalable(page)->GetScaled(width, height, method_.type, result)) {
-            failToScale(*page, width, height);
-        }
-        if (options_.dpi != 0) {
-            // Exactly, where the library keeps the size on paper.
-            const auto dotsPerMetre = static_cast<unsigned>(std::lround(options_.dpi / metresPerInch));
-            FreeImage_SetDotsPerMeterX(result->getFIBTMAP(), dotsPerMetre);
-            FreeImage_SetDotsPerMeterY(result->getFIBTMAP(), dotsPerMetre);
-        }
-        copyProfile(page->getFIBTMAP(), result->getFIBTMAP());
-        return result;
+    Reference<Image> scaled(const Reference<Image>& page) const {
+        return options_.dpi != 0 ? scale_.toDpi(page, options_.dpi) : scale_.toSize(page, wantedSize(*page));
     }
 
     Size wantedSize(Image& page) const {
-        const double width = page.GetWidth();
-        const double height = page.GetHeight();
         if (options_.percent > 0) {
-            return {width * options_.percent / 100, height * options_.percent / 100};
-        }
-        if (options_.dpi != 0) {
-            const unsigned x = FreeImage_GetDotsPerMeterX(page.getFIBTMAP());
-            const unsigned y = FreeImage_GetDotsPerMeterY(page.getFIBTMAP());
-            if (x == 0 || y == 0) {
-                fail(ExitCode::input, "has no resolution to change; see --size and --percent");
-            }
-            return {width * options_.dpi / (x * metresPerInch), height * options_.dpi / (y * metresPerInch)};
+            return {page.GetWidth() * options_.percent / 100, page.GetHeight() * options_.percent / 100};
         }
         if (options_.fit.empty()) {
             return *sizeFrom(options_.size);
@@ -122,74 +77,6 @@ private:
         return {std::min(squareWidth * factor, box.width), std::min(squareHeight * factor, box.height)};
     }
 
-    Size checkedSize(Image& page) const {
-        const Size wanted = wantedSize(page);
-        const Size size{std::max(std::round(wanted.width), 1.0), std::max(std::round(wanted.height), 1.0)};
-        const double bytesPerPixel = std::max(page.GetBpp() / 8.0, 1.0);
-        constexpr double longestSide = std::numeric_limits<int>::max();
-        if (size.width > longestSide || size.height > longestSide ||
-            size.width * size.height * bytesPerPixel > mostBytes) {
-            fail(ExitCode::limits, "the result would take more than 2 GiB");
-        }
-        return size;
-    }
-
-    // What the library scales as the picture that it is.
-    Reference<Image> scalable(const Reference<Image>& page) {
-        FIBITMAP* const bitmap = page->getFIBTMAP();
-        const PageFacts facts = factsOf(*page);
-        const FREE_IMAGE_TYPE type = FreeImage_GetImageType(bitmap);
-        Reference<Image> result = page;
-        if (type == FIT_UINT16) {
-            say("scaled as 8-bit grey: it has 16 bits a pixel");
-            if (!page->convertToGrayscale(result)) {
-                throw std::bad_alloc();
-            }
-        } else if (type == FIT_BITMAP && facts.transparent && facts.depth <= 8) {
-            const FREE_IMAGE_FORMAT format = formatForWriting(options_.pages.output, options_.pages.format);
-            const bool keep = format != FIF_JPEG && DornImage::FreeImage_CanSave(format, FIT_BITMAP, 32);
-            say(keep ? "scaled as 32-bit colour: its palette has transparent entries"
-                     : "its transparency has no place in the output and is left out");
-            if (keep) {
-                FIBITMAP* const colours = FreeImage_ConvertTo32Bits(bitmap);
-                if (!colours) {
-                    throw std::bad_alloc();
-                }
-                result = new dornbase::ReferencedImplMT<Image>();
-                result->Attach(colours);
-            }
-        } else if (type == FIT_INT16 || type == FIT_UINT32 || type == FIT_INT32 || type == FIT_FLOAT ||
-                   type == FIT_DOUBLE || type == FIT_COMPLEX) {
-            fail(ExitCode::input, "a picture of the kind " + facts.pixelType + " cannot be scaled");
-        }
-        return result;
-    }
-
-    // A colour profile is no metadata to FreeImage.
-    static void copyProfile(FIBITMAP* source, FIBITMAP* target) {
-        const FIICCPROFILE* const profile = FreeImage_GetICCProfile(source);
-        if (profile && profile->data && profile->size > 0) {
-            FreeImage_CreateICCProfile(target, profile->data, static_cast<long>(profile->size));
-            FreeImage_GetICCProfile(target)->flags = profile->flags;
-        }
-    }
-
-    [[noreturn]] void failToScale(const Image& page, unsigned width, unsigned height) const {
-        const bool shrinks = width < page.GetWidth() && height < page.GetHeight();
-        const std::string least = std::to_string(method_.leastSide);
-        if (!shrinks && std::min(page.GetWidth(), page.GetHeight()) < method_.leastSide) {
-            fail(ExitCode::input, std::string("is too small for the method ") + method_.name +
-                                      ", which takes " + least + " x " + least +
-                                      " pixels or more; see --method");
-        }
-        fail(ExitCode::limits,
-             "too little memory for " + std::to_string(width) + " x " + std::to_string(height) + " pixels");
-    }
-
-    [[noreturn]] void fail(ExitCode code, const std::string& cause) const {
-        throw ToolError(code, options_.pages.input, cause);
-    }
-
     void say(const std::string& message) {
         if (said_.insert(message).second) {
             report(options_.pages.input, message);
@@ -197,7 +84,7 @@ private:
     }
 
     const Options& options_;
-    const Method& method_;
+    const PageScale scale_;
     std::set<std::string> said_; // of all pages
 };
 
@@ -226,13 +113,13 @@ void addScaleCommand(CLI::App& app, Action& action) {
     size->add_option("--size", options->size, "WxH: to these sides in pixels")->check(checkSize);
     size->add_option("--percent", options->percent, "Both sides to this many percent")->check(checkPercent);
     size->add_option("--dpi", options->dpi, "To this many dots per inch on both axes, by its own resolution")
-        ->check(CLI::Range(1u, 1000000u));
+        ->check(CLI::Range(1u, greatestDpi));
     size->add_option("--fit", options->fit,
                      "WxH: as large as these sides allow, in its own shape on paper; for thumbnails")
         ->check(checkSize);
     size->require_option(1);
     std::vector<std::string> names;
-    for (const Method& method : methods) {
+    for (const ScaleMethod& method : scaleMethods()) {
         names.emplace_back(method.name);
     }
     command->add_option("--method", options->method, "How to interpolate")

@@ -65,15 +65,12 @@ private:
         return DornImage::FreeImage_CanSave(FIF_PNG, type, page.GetBpp()) ? FIF_PNG : FIF_TIFF;
     }
 
-    // The input's name with the page's number, of as many digits as the last one has, so that names sort in
-    // order.
+    // The input's name with the page's number.
     std::string fileName(int page, FREE_IMAGE_FORMAT format) const {
-        std::string number = std::to_string(page);
-        number.insert(0, std::to_string(count_).size() - number.size(), '0');
         Velmora::u8string extension;
         DornImage::FreeImage_GetDefaultExt(format, extension);
-        return (fs::path(options_.folder) / fs::path(options_.input).stem()).string() + "-" + number +
-               extension;
+        return (fs::path(options_.folder) / fs::path(options_.input).stem()).string() + "-" +
+               numbered(page, count_) + extension;
     }
 
     const Options& options_;

@@ -65,6 +65,12 @@ std::string decimal(double value, int digits) {
     return error == std::errc() ? std::string(text.data(), end) : "";
 }
 
+std::string numbered(int page, int pageCount) {
+    std::string number = std::to_string(page);
+    number.insert(0, std::to_string(pageCount).size() - number.size(), '0');
+    return number;
+}
+
 std::string formatName(FREE_IMAGE_FORMAT format) {
     return textOrEmpty(FreeImage_GetFormatFromFIF(format));
 }

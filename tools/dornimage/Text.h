@@ -25,6 +25,9 @@ std::string countOf(long count, const std::string& noun);
 /// The number with so many digits behind a decimal point, whatever the locale.
 std::string decimal(double value, int digits);
 
+/// A page's number with as many digits as the last one's has, so that names sort in order.
+std::string numbered(int page, int pageCount);
+
 /// FreeImage's name of a format, such as "TIFF"; empty for a number that it doesn't know.
 std::string formatName(FREE_IMAGE_FORMAT format);
 

@@ -12,17 +12,7 @@
 namespace {
 
 using DornImage::Image;
-using DornImage::JpegOperation;
 using DornImage::Reference;
-
-JpegOperation operationFor(int orientation) {
-    constexpr JpegOperation operations[] = {
-        JpegOperation::flipHorizontal, JpegOperation::rotate180, JpegOperation::flipVertical,
-        JpegOperation::transpose,      JpegOperation::rotate90,  JpegOperation::transverse,
-        JpegOperation::rotate270,
-    };
-    return operations[orientation - 2];
-}
 
 // The EXIF orientation from 2 to 8 of a JPEG file that becomes a JPEG file, or 0.
 int orientationOfJpeg(const TransformOptions& options) {
@@ -41,7 +31,7 @@ int orientationOfJpeg(const TransformOptions& options) {
 ExitCode makeUpright(TransformOptions options) {
     const int orientation = orientationOfJpeg(options);
     if (orientation != 0) {
-        if (turnJpegFile(options.input, options.output, operationFor(orientation), true)) {
+        if (turnJpegFile(options.input, options.output, jpegOperationFor(orientation), true)) {
             std::cout << printable(options.input) << ": orientation " << orientation
                       << ", turned without loss\n";
             return ExitCode::done;
