@@ -37,7 +37,8 @@ void redirect(const std::string& file, int descriptor) {
 
 } // namespace
 
-ToolRun runTool(const std::vector<std::string>& arguments, long fileSizeLimit) {
+ToolRun runTool(const std::vector<std::string>& arguments, long fileSizeLimit,
+                const std::function<void(pid_t)>& meanwhile) {
     const ScratchFolder scratch;
     std::vector<std::string> all = {DORN_TOOL};
     all.insert(all.end(), arguments.begin(), arguments.end());
@@ -56,6 +57,9 @@ ToolRun runTool(const std::vector<std::string>& arguments, long fileSizeLimit) {
         redirect(out, STDOUT_FILENO);
         redirect(err, STDERR_FILENO);
         becomeTool(pointers, fileSizeLimit);
+    }
+    if (meanwhile) {
+        meanwhile(child);
     }
     int status = 0;
     waitpid(child, &status, 0);

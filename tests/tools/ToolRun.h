@@ -4,7 +4,9 @@
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 /// What one run of the tool gave.
@@ -17,7 +19,9 @@ struct ToolRun {
 };
 
 /// Runs the tool that this build made. A limit above 0 is the size in bytes at which writing a file fails.
-ToolRun runTool(const std::vector<std::string>& arguments, long fileSizeLimit = 0);
+/// `meanwhile` is called with its process while it runs.
+ToolRun runTool(const std::vector<std::string>& arguments, long fileSizeLimit = 0,
+                const std::function<void(pid_t)>& meanwhile = {});
 
 /// A file of tests/data.
 std::string dataFile(const std::string& name);

@@ -110,6 +110,8 @@ void BlankPage::reduce(FIBITMAP* grey) {
     if (!bitmap_.get()) {
         throw std::bad_alloc();
     }
+    bits_ = FreeImage_GetBits(bitmap_.get());
+    pitch_ = FreeImage_GetPitch(bitmap_.get());
     for (unsigned y = 0; y < height_; ++y) {
         std::copy_n(page.line(y), width_, pixels(y));
     }

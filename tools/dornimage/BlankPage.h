@@ -25,9 +25,7 @@ public:
     /// The page with its margin, in 24 bits: only at that depth the detector tells its failures.
     FIBITMAP* withMargin() const { return colour_.get(); }
     /// Its line of grey levels, from 0 at the bottom of the margin.
-    const BYTE* lineWithMargin(unsigned y) const {
-        return FreeImage_GetScanLine(bitmap_.get(), static_cast<int>(y));
-    }
+    const BYTE* lineWithMargin(unsigned y) const { return bits_ + std::size_t{y} * pitch_; }
 
     /// Pixels of the source that one pixel here stands for.
     unsigned factorX() const { return factorX_; }
@@ -76,6 +74,8 @@ private:
     bool isDark(unsigned x, unsigned y) const { return line(y)[x] < darkLevel_; }
 
     DornImage::FIBitmapPtr bitmap_;
+    const BYTE* bits_ = nullptr; // of bitmap_: asking FreeImage for each pixel takes most of the time
+    std::size_t pitch_ = 0;
     DornImage::FIBitmapPtr colour_;
     unsigned width_ = 0;
     unsigned height_ = 0;

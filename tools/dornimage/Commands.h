@@ -12,6 +12,9 @@ using Action = std::function<ExitCode()>;
 
 // Each adds one verb with its options to `app`. When the command line names that verb, `action` gets its
 // work.
+void addCleanCommand(CLI::App& app, Action& action);
+void addPlanCommand(CLI::App& app, Action& action);
+void addApplyCommand(CLI::App& app, Action& action);
 void addInfoCommand(CLI::App& app, Action& action);
 void addConvertCommand(CLI::App& app, Action& action);
 void addScaleCommand(CLI::App& app, Action& action);

@@ -1,11 +1,30 @@
 #ifndef DORNIMAGE_TOOLS_DORNIMAGE_PROGRESSBAR_H
 #define DORNIMAGE_TOOLS_DORNIMAGE_PROGRESSBAR_H
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 
-/// One line on standard error that fills as the work goes on, and goes away at its end. Nothing is shown
-/// unless that is a terminal.
+/// How fast steps are done, and how long the others will take at that rate.
+class Pace {
+public:
+    explicit Pace(std::size_t total) : total_(total) {}
+
+    void step() { ++done_; }
+    std::size_t done() const { return done_; }
+    std::size_t total() const { return total_; }
+    /// Steps a second since the start; 0 before the first step.
+    double rate() const;
+    double secondsLeft() const;
+
+private:
+    std::size_t total_;
+    std::size_t done_ = 0;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+/// One line on standard error that fills as the work goes on, with rate and time left, and goes away at its
+/// end. Nothing is shown unless that is a terminal.
 class ProgressBar {
 public:
     /// @param work what is done, such as "joining".
@@ -23,8 +42,7 @@ public:
 
 private:
     std::string work_;
-    std::size_t total_;
-    std::size_t done_ = 0;
+    Pace pace_;
     bool enabled_;
     bool shown_ = false;
 };

@@ -17,7 +17,7 @@ constexpr char exitCodes[] =
     "Exit codes: 0 done, 1 usage, 2 some files or pages failed and the others are done,\n"
     "3 input cannot be read, 4 output cannot be written, 5 out of memory,\n"
     "6 everything was read, but for some page there is no answer,\n"
-    "7 a page has content and --fail-if-content was given.";
+    "7 a page has content and --fail-if-content was given, 130 interrupted.";
 
 // CLI11's texts go through here because they repeat arguments as they came.
 ExitCode endOfParsing(const CLI::App& app, const CLI::ParseError& error) {
@@ -48,6 +48,9 @@ ExitCode parseAndPerform(int argc, const char* const* argv) {
     app.require_subcommand(1);
     app.footer(exitCodes);
     Action action;
+    addCleanCommand(app, action);
+    addPlanCommand(app, action);
+    addApplyCommand(app, action);
     addInfoCommand(app, action);
     addConvertCommand(app, action);
     addScaleCommand(app, action);

@@ -1,0 +1,122 @@
+#include "CleanJournal.h"
+
+#include "CleanRecordJson.h"
+#include "ExitCode.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using nlohmann::ordered_json;
+
+namespace {
+
+constexpr char versionKey[] = "dornimageCleanJournal";
+constexpr int version = 1;
+
+// Size and time of change, by which a file is known again; null when it isn't there.
+ordered_json stateOf(const std::string& file) {
+    struct stat state {};
+    if (stat(file.c_str(), &state) != 0) {
+        return nullptr;
+    }
+    return {
+        {"size", state.st_size}, {"seconds", state.st_mtim.tv_sec}, {"nanoseconds", state.st_mtim.tv_nsec}};
+}
+
+} // namespace
+
+CleanJournal::CleanJournal(const std::string& folder, const CleanSettings& settings)
+    : path_((fs::path(folder) / ".dornimage-clean.jsonl").string()), settings_(toJson(settings)) {}
+
+void CleanJournal::read() {
+    std::ifstream lines(path_);
+    ordered_json settings; // of the run that wrote the line
+    for (std::string line; std::getline(lines, line);) {
+        take(line, settings);
+    }
+}
+
+void CleanJournal::take(const std::string& line, ordered_json& settings) {
+    ordered_json entry = ordered_json::parse(line, nullptr, false);
+    if (!entry.is_object()) {
+        return;
+    }
+    if (entry.contains(versionKey)) {
+        settings = entry[versionKey] == version ? entry.value("settings", ordered_json()) : ordered_json();
+    } else if (settings.is_object() && entry.contains("stem") && entry["stem"].is_string()) {
+        entry["settings"] = settings;
+        done_[entry["stem"].get<std::string>()] = entry;
+    }
+}
+
+ordered_json CleanJournal::taskOf(const PageRecord& record, bool planned) {
+    ordered_json plan = planned ? planEntry(record) : ordered_json();
+    return {{"file", record.file}, {"state", stateOf(record.file)}, {"page", record.page}, {"plan", plan}};
+}
+
+bool CleanJournal::restore(PageRecord& record, const std::string& stem, const ordered_json& task) const {
+    const auto found = done_.find(stem);
+    if (found == done_.end()) {
+        return false;
+    }
+    const ordered_json& entry = found->second;
+    if (entry["settings"] != settings_ || entry.value("task", ordered_json()) != task ||
+        !entry.contains("record")) {
+        return false;
+    }
+    try {
+        PageRecord finished = recordFrom(JsonReader(entry["record"], path_, stem));
+        const ordered_json state = stateOf(finished.output);
+        if (state.is_null() || entry.value("output", ordered_json()) != state) {
+            return false;
+        }
+        record = finished;
+        return true;
+    } catch (const ToolError&) {
+        return false;
+    }
+}
+
+bool CleanJournal::isOurs(const std::string& path) const {
+    const auto found = done_.find(fs::path(path).stem().string());
+    if (found == done_.end()) {
+        return false;
+    }
+    const ordered_json& record = found->second.value("record", ordered_json::object());
+    return record.is_object() && record.value("output", ordered_json()) == path;
+}
+
+void CleanJournal::add(const PageRecord& record, const std::string& stem, const ordered_json& task) {
+    const ordered_json entry = {
+        {"stem", stem}, {"task", task}, {"output", stateOf(record.output)}, {"record", reportEntry(record)}};
+    const auto lineOf = [](const ordered_json& value) {
+        return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n';
+    };
+    const std::lock_guard lock(mutex_);
+    if (!begun_) {
+        // The last line of an earlier run may have been cut off.
+        append('\n' + lineOf({{versionKey, version}, {"settings", settings_}}));
+        begun_ = true;
+    }
+    append(lineOf(entry));
+}
+
+void CleanJournal::append(const std::string& text) {
+    const int file = open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    // In one piece: whatever comes in between, there are no lines mixed of two.
+    const bool written =
+        file >= 0 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    const int cause = errno;
+    if (file >= 0) {
+        close(file);
+    }
+    if (!written) {
+        throw ToolError(ExitCode::output, path_, std::string("cannot be written: ") + std::strerror(cause));
+    }
+}
