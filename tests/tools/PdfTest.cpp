@@ -76,9 +76,7 @@ FIBITMAP* twoColours() {
     FIBITMAP* const bitmap = FreeImage_Allocate(119, 57, 1);
     FreeImage_GetPalette(bitmap)[0] = {0, 255, 255, 0};
     FreeImage_GetPalette(bitmap)[1] = {0, 0, 255, 0};
-    for (int y = 9; y < 30; ++y) {
-        std::memset(FreeImage_GetScanLine(bitmap, y), 0xFF, 4);
-    }
+    std::memset(FreeImage_GetBits(bitmap), 0xFF, 16 * 29 + 4);
     return bitmap;
 }
 
@@ -186,7 +184,6 @@ TEST(Pdf, LaysTransparencyOnWhite) {
     EXPECT_EQ(page.change, "its transparency is laid on white");
     PdfWriter writer(folder / "x.pdf", std::nullopt);
     writer.append(page);
-    writer.append(*pictureOf("depths/palette_alpha.png"));
     writer.finish();
     said("pdfimages -png " + (folder / "x.pdf") + " " + (folder / "p"));
     const Decoded shown(folder / "p-000.png");
@@ -196,7 +193,6 @@ TEST(Pdf, LaysTransparencyOnWhite) {
         EXPECT_NEAR(pixel[FI_RGBA_GREEN], 255 - 55.0 * x / 255, 1.1) << x;
         EXPECT_NEAR(pixel[FI_RGBA_BLUE], 255 - 245.0 * x / 255, 1.1) << x;
     }
-    EXPECT_EQ(Decoded(folder / "p-001.png").depth(), 24U);
 }
 
 TEST(Pdf, TakesJpegFilesOverAsTheyAre) {
@@ -284,23 +280,18 @@ TEST(Pdf, StandsThereWholeOrNotAtAll) {
 }
 
 TEST(Pdf, LooksForTheFrameOfAnyJpegFile) {
-    const std::string file = contentOf(dataFile("photos/street_nikon_gps.jpg"));
-    const std::vector<unsigned char> bytes(file.begin(), file.end());
-    const std::optional<JpegHeader> whole = jpegHeader(bytes);
-    ASSERT_TRUE(whole);
-    EXPECT_TRUE(whole->commonColours);
-    for (std::size_t size = 0; size < 600; ++size) {
-        EXPECT_FALSE(jpegHeader({bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)}));
-    }
-    // Components called R, G and B, a lossless frame, and one that is shorter than it says.
-    std::vector<unsigned char> frame = {0xFF, 0xD8, 0xFF, 0xFF, 0xC0, 0, 17, 8,   0, 2, 0,  3,
-                                        3,    'R',  0x11, 0,    'G',  0, 0,  'B', 0, 0, 'x'};
+    // Components called R, G and B; without its ends, of another coding, and shorter than it says.
+    const std::vector<unsigned char> frame = {0xFF, 0xD8, 0xFF, 0xFF, 0xC0, 0,   17, 8, 0,   2, 0,
+                                              3,    3,    'R',  0x11, 0,    'G', 0,  0, 'B', 0, 0};
     ASSERT_TRUE(jpegHeader(frame));
     EXPECT_EQ(jpegHeader(frame)->width, 3U);
     EXPECT_FALSE(jpegHeader(frame)->commonColours);
-    frame[4] = 0xC3;
-    EXPECT_FALSE(jpegHeader(frame));
-    frame[4] = 0xC0;
-    frame[6] = 7;
-    EXPECT_FALSE(jpegHeader(frame));
+    for (std::size_t size = 0; size < frame.size(); ++size) {
+        EXPECT_FALSE(jpegHeader({frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(size)}));
+    }
+    for (const auto& [at, value] : {std::pair{4, 0xC3}, {6, 7}, {7, 12}}) {
+        std::vector<unsigned char> other = frame;
+        other[static_cast<std::size_t>(at)] = static_cast<unsigned char>(value);
+        EXPECT_FALSE(jpegHeader(other));
+    }
 }
