@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <qpdf/QPDF.hh>
 #include <string>
-#include <vector>
 
 /// Writes pictures as the pages of one PDF. Nothing stands under the name before `finish`, and nothing new
 /// ever when a step throws ToolError (ExitCode::output). Pages go to the disk as they come, and the same
@@ -26,7 +26,7 @@ public:
     /// Adds a page that is coded already.
     void append(const PdfPage& page);
 
-    int pageCount() const { return static_cast<int>(pages_.size()); }
+    int pageCount() const { return pageCount_; }
 
     /// Ends the file and gives it its name.
     void finish();
@@ -35,22 +35,19 @@ private:
     struct CloseFile {
         void operator()(std::FILE* file) const { std::fclose(file); }
     };
+    using File = std::unique_ptr<std::FILE, CloseFile>;
 
-    void write(const void* data, std::size_t size);
-    void write(const std::string& text) { write(text.data(), text.size()); }
-    void beginObject(std::size_t number);
-    void writeObject(std::size_t number, const std::string& dictionary);
-    std::size_t addStream(const std::string& entries, const void* data, std::size_t size);
-    void writeCrossReferences();
-    [[noreturn]] void failOfSystem() const;
+    QPDFObjectHandle pictureOf(const PdfPage& page);
+    void writeTo(const std::string& path);
+    [[noreturn]] void fail(int error) const;
 
     std::string name_;
     std::optional<int> jpegQuality_;
     OutputFile output_;
-    std::unique_ptr<std::FILE, CloseFile> file_;
-    std::uint64_t written_ = 0;
-    std::vector<std::uint64_t> offsets_; // of each object, the first one has the number 1
-    std::vector<std::size_t> pages_;     // numbers of their objects
+    File codings_; // of all pictures, one after the other, until the PDF is written
+    std::uint64_t codedBytes_ = 0;
+    QPDF pdf_;
+    int pageCount_ = 0;
 };
 
 #endif
