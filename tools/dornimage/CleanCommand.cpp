@@ -7,6 +7,7 @@
 #include "SkewReach.h"
 
 #include <algorithm>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -110,8 +111,10 @@ void addSettings(CLI::App& command, Options& options) {
 
 void addOutput(CLI::App& command, Options& options) {
     command
-        .add_option("--out", options.run.output,
-                    "Folder for a file of each page, made when it isn't there, or FILE.tif for one TIFF")
+        .add_option(
+            "--out", options.run.output,
+            "Folder for a file of each page, made when it isn't there, or FILE.tif or FILE.pdf for one of "
+            "all pages")
         ->option_text("DIR|FILE")
         ->required();
     command.add_flag("--force", options.run.force, "Replace files that are there");
@@ -119,6 +122,11 @@ void addOutput(CLI::App& command, Options& options) {
                      "Go on where a run was interrupted: leave pages that it has finished");
     command.add_flag("--dry-run", options.run.dryRun,
                      "Tell what would become of the pages, and write nothing");
+    command
+        .add_option("--report", options.run.reportFolder,
+                    "Write a report with small pictures of each page before and after to this folder, for a "
+                    "browser")
+        ->option_text("DIR");
     command.add_flag("--json", options.run.json,
                      "Print an object with all decisions, their figures and the time of each step");
 }
@@ -149,11 +157,25 @@ void addEngine(CLI::App& command, Options& options) {
     command.add_flag("--verbose", options.run.verbose, "Tell the time that each step took on standard error");
 }
 
+// The command line as the system keeps it; only for people to read.
+std::string commandLine() {
+    std::ifstream file("/proc/self/cmdline", std::ios::binary);
+    std::string text = "dornimage";
+    std::string argument;
+    std::getline(file, argument, '\0');
+    while (std::getline(file, argument, '\0')) {
+        text += ' ';
+        text += argument;
+    }
+    return text;
+}
+
 CleanOptions runOf(const Options& options) {
     CleanOptions run = options.run;
     if (!options.progress.empty()) {
         run.progress = static_cast<ProgressKind>(indexOf(options.progress, progressNames()));
     }
+    run.command = commandLine();
     if (run.jobs == 0) {
         run.jobs = std::max(std::thread::hardware_concurrency(), 1U);
     }

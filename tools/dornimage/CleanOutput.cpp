@@ -1,13 +1,17 @@
 #include "CleanOutput.h"
 
+#include "CleanProgress.h"
 #include "ExitCode.h"
 #include "Interrupt.h"
 #include "OutputFile.h"
+#include "PdfWriter.h"
 #include "PictureWriter.h"
+#include "Source.h"
 #include "Text.h"
 #include "TiffJoiner.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -30,6 +34,13 @@ std::string realName(const std::string& path) {
     return error ? path : real.string();
 }
 
+bool isPdfName(const fs::path& path) {
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return extension == ".pdf";
+}
+
 bool holdsPage(FREE_IMAGE_FORMAT format, DornImage::Image& image) {
     return format != FIF_UNKNOWN && FreeImage_FIFSupportsWriting(format) &&
            DornImage::FreeImage_CanSave(format, FreeImage_GetImageType(image.getFIBTMAP()), image.GetBpp());
@@ -43,13 +54,16 @@ CleanOutput::CleanOutput(std::string name, const CleanSettings& settings)
     const fs::path path(name_);
     const FREE_IMAGE_FORMAT named =
         path.has_extension() ? FreeImage_GetFIFFromFilename(path.extension().c_str()) : FIF_UNKNOWN;
-    if (named != FIF_UNKNOWN && !fs::is_directory(path, error)) {
-        if (named != FIF_TIFF) {
+    if (!fs::is_directory(path, error)) {
+        kind_ = named == FIF_TIFF ? Kind::tiff : isPdfName(path) ? Kind::pdf : Kind::folder;
+        if (kind_ == Kind::folder && named != FIF_UNKNOWN) {
             throw ToolError(
                 ExitCode::usage, name_,
-                "pages go to a folder, or to one TIFF; a folder of this name is to be made before");
+                "pages go to a folder, or to one TIFF or PDF; a folder of this name has to be there "
+                "before");
         }
-        isBook_ = true;
+    }
+    if (isBook()) {
         folder_ = (path.parent_path() / ("." + path.filename().string() + ".dornimage-clean")).string();
         sideFolder_ = (path.parent_path() / (path.stem().string() + "-empty")).string();
     } else {
@@ -69,7 +83,7 @@ std::vector<std::string> CleanOutput::placesFor(const PageRecord& record, const 
     formats.erase(FIF_UNKNOWN);
     std::vector<std::string> places;
     for (const FREE_IMAGE_FORMAT format : formats) {
-        if (!isBook_) {
+        if (!isBook()) {
             places.push_back((fs::path(folder_) / (stem + extensionOf(format))).string());
         }
         if (settings_.empty == EmptyPages::aside) {
@@ -99,7 +113,7 @@ void CleanOutput::check(const std::vector<PageRecord>& pages, const std::vector<
                 "exists already; --force replaces it, and --resume goes on after an interrupted run");
         }
     };
-    if (isBook_) {
+    if (isBook()) {
         refuse(name_);
     }
     for (std::size_t index = 0; index < pages.size(); ++index) {
@@ -110,8 +124,11 @@ void CleanOutput::check(const std::vector<PageRecord>& pages, const std::vector<
 }
 
 FREE_IMAGE_FORMAT CleanOutput::formatFor(const PageRecord& record, DornImage::Image& image) const {
-    if (isBook_ && !isAside(record)) {
-        return FIF_TIFF;
+    if (isBook() && !isAside(record)) {
+        // A PDF takes JPEG files as they are. What has lost something already may lose a little more.
+        const bool asJpeg =
+            kind_ == Kind::pdf && !settings_.lossless && record.format == formatName(FIF_JPEG);
+        return asJpeg && holdsPage(FIF_JPEG, image) ? FIF_JPEG : FIF_TIFF;
     }
     if (!settings_.format.empty()) {
         return formatForWriting(name_, settings_.format);
@@ -140,43 +157,59 @@ void CleanOutput::makeFolderOf(const std::string& path) {
     }
 }
 
-void CleanOutput::finish(std::vector<PageRecord>& pages, CodecMessages& messages) const {
-    const auto isBound = [this](const PageRecord& record) {
-        return !record.output.empty() && record.fate != PageFate::failed && !isAside(record);
-    };
-    if (!isBook_ || std::none_of(pages.begin(), pages.end(), isBound)) {
-        discardWaiting();
-        return;
+void CleanOutput::enter(PageRecord& record) {
+    if (isBook() && !record.output.empty() && record.fate != PageFate::failed && !isAside(record)) {
+        waiting_.push_back({record.output, pageName(record)});
+        record.output = name_;
+        record.outputPage = static_cast<int>(waiting_.size());
     }
+}
+
+void CleanOutput::finish(CodecMessages& messages) const {
+    if (!waiting_.empty()) {
+        kind_ == Kind::tiff ? bindTiff(messages) : bindPdf(messages);
+    }
+    discardWaiting();
+}
+
+void CleanOutput::bindTiff(CodecMessages& messages) const {
     OutputFile file(name_);
     TiffJoiner tiff(file.path());
-    const auto fail = [&] {
-        throw ToolError(ExitCode::output, name_,
-                        messages.takeAsCause("cannot be written: ", std::strerror(errno)));
-    };
-    if (!tiff.isOpen()) {
-        fail();
-    }
-    int number = 0;
-    for (PageRecord& record : pages) {
-        Interrupt::check();
-        if (isBound(record)) {
-            if (!tiff.append(record.output)) {
-                fail();
-            }
-            record.output = name_;
-            record.outputPage = ++number;
+    const auto check = [&](bool done) {
+        if (!done) {
+            throw ToolError(ExitCode::output, name_,
+                            messages.takeAsCause("cannot be written: ", std::strerror(errno)));
         }
+    };
+    check(tiff.isOpen());
+    for (const Waiting& page : waiting_) {
+        Interrupt::check();
+        check(tiff.append(page.path));
     }
     tiff.close();
     file.commit();
-    messages.take();
-    discardWaiting();
+    messages.take(); // what the codec says about its own files is no news
+}
+
+void CleanOutput::bindPdf(CodecMessages& messages) const {
+    PdfWriter pdf(name_, std::nullopt);
+    for (const Waiting& page : waiting_) {
+        Interrupt::check();
+        Source source(page.path, messages);
+        const Page loaded = source.load(1);
+        const PdfPage coded = pdfPageOf(*loaded.image, std::nullopt,
+                                        source.format() == FIF_JPEG ? page.path : std::string(), name_);
+        if (!coded.change.empty()) {
+            report(page.page, coded.change);
+        }
+        pdf.append(coded);
+    }
+    pdf.finish();
 }
 
 void CleanOutput::discardWaiting() const {
     std::error_code ignored;
-    if (isBook_) {
+    if (isBook()) {
         fs::remove_all(folder_, ignored);
     }
 }

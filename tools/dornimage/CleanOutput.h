@@ -9,16 +9,19 @@
 #include <string>
 #include <vector>
 
-/// Where the pages of a run go: each to a file of its own in a folder, or all of them to one TIFF, a book.
-/// The pages of a book wait in a folder beside its place, coded as they will be in the book, so that any
-/// order of finishing will do and that a run which was interrupted can go on.
+/// Where the pages of a run go: each to a file of its own in a folder, or all of them to one TIFF or PDF, a
+/// book. The pages of a book wait as files in a folder beside its place, coded as they will be in the book,
+/// so that any order of finishing will do and that a run which was interrupted can go on.
 class CleanOutput {
 public:
-    /// @param name a folder, which need not be there, or FILE.tif. Throws ToolError (ExitCode::usage) for the
+    /// @param name a folder, which need not be there, FILE.tif or FILE.pdf. Throws ToolError
+    /// (ExitCode::usage) for the
     ///        name of any other picture.
     CleanOutput(std::string name, const CleanSettings& settings);
 
-    bool isBook() const { return isBook_; }
+    bool isBook() const { return kind_ != Kind::folder; }
+    /// Whether files of single pages are to be such as TiffJoiner reads.
+    bool joins() const { return kind_ == Kind::tiff; }
     /// The folder that files of single pages go to: the output itself, or that of a book's waiting pages.
     const std::string& folder() const { return folder_; }
     /// The folder that empty pages are set aside in.
@@ -45,16 +48,27 @@ public:
     /// Takes the waiting pages of a book that an earlier run has left away.
     void discardWaiting() const;
 
-    /// Binds the pages of a book, in the order of the records, and tells them so. Nothing for a folder.
-    /// Throws ToolError (ExitCode::output).
-    void finish(std::vector<PageRecord>& pages, CodecMessages& messages) const;
+    /// Takes a page that was written, and tells its record where it goes: to be called in the order of pages.
+    void enter(PageRecord& record);
+
+    /// Binds the pages of a book. Nothing for a folder. Throws ToolError (ExitCode::output) and Interrupted.
+    void finish(CodecMessages& messages) const;
 
 private:
+    enum class Kind { folder, tiff, pdf };
+    struct Waiting {
+        std::string path;
+        std::string page; // its name for people
+    };
+
+    void bindTiff(CodecMessages& messages) const;
+    void bindPdf(CodecMessages& messages) const;
     std::vector<std::string> placesFor(const PageRecord& record, const std::string& stem) const;
 
     std::string name_;
     const CleanSettings& settings_;
-    bool isBook_ = false;
+    Kind kind_ = Kind::folder;
+    std::vector<Waiting> waiting_; // pages of a book, in order
     std::string folder_;
     std::string sideFolder_;
 };

@@ -5,13 +5,16 @@
 #include "CleanOutput.h"
 #include "CleanPage.h"
 #include "CleanRecordJson.h"
+#include "CleanReport.h"
 #include "Interrupt.h"
 #include "MemoryBudget.h"
 #include "SideBySide.h"
 #include "Text.h"
+#include "Thumbnail.h"
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <iostream>
 #include <memory>
 #include <new>
@@ -43,6 +46,8 @@ private:
     bool writes() const { return options_.writes && !options_.dryRun; }
     void prepareOutput();
     ExitCode workOnAll();
+    void deliver(PageRecord& record, CleanProgress& progress);
+    RunFacts factsOfRun() const;
     void process(std::size_t index, Worker& worker);
     void work(std::size_t index, Worker& worker);
     void fail(std::size_t index, ExitCode code, const std::string& cause);
@@ -56,6 +61,8 @@ private:
     const CleanOptions& options_;
     std::optional<CleanOutput> output_;
     std::optional<CleanJournal> journal_; // when something is written
+    std::optional<CleanReport> report_;   // when there is to be one for people
+    const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     const std::vector<std::string> stems_;
     std::vector<ExitCode> causes_; // of the pages that have failed
     MemoryBudget budget_;
@@ -72,6 +79,9 @@ Source& CleanRun::Worker::sourceOf(const std::string& file) {
 ExitCode CleanRun::run() {
     if (options_.writes) {
         prepareOutput();
+    }
+    if (!options_.reportFolder.empty()) {
+        report_.emplace(options_.reportFolder);
     }
     const Interrupt interrupt;
     try {
@@ -101,15 +111,46 @@ ExitCode CleanRun::workOnAll() {
         CleanProgress progress(options_.progress, writes() ? "cleaning" : "looking", plan_.pages.size());
         SideBySide threads(
             plan_.pages.size(), [this] { return Worker{*this}; },
-            [&](std::size_t index) { progress.page(plan_.pages[index]); });
+            [&](std::size_t index) { deliver(plan_.pages[index], progress); });
         threads.run(options_.jobs);
     }
     if (writes()) {
         CodecMessages messages;
-        output_->finish(plan_.pages, messages);
+        output_->finish(messages);
+    }
+    if (report_) {
+        report_->finish(factsOfRun());
     }
     tell();
     return result();
+}
+
+void CleanRun::deliver(PageRecord& record, CleanProgress& progress) {
+    if (writes()) {
+        output_->enter(record);
+    }
+    progress.page(record);
+    if (report_) {
+        report_->add(record);
+        record.before = {};
+        record.after = {};
+    }
+}
+
+RunFacts CleanRun::factsOfRun() const {
+    RunFacts facts;
+    facts.command = options_.command;
+    const ordered_json settings = toJson(plan_.settings);
+    for (const auto& [name, value] : settings.items()) {
+        facts.settings.emplace_back(name, value.is_string() ? value.get<std::string>()
+                                          : value.is_null() ? "as it is"
+                                                            : value.dump());
+    }
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start_;
+    facts.seconds = taken.count();
+    facts.jobs = options_.jobs;
+    facts.dryRun = options_.dryRun;
+    return facts;
 }
 
 void CleanRun::process(std::size_t index, Worker& worker) {
@@ -120,6 +161,7 @@ void CleanRun::process(std::size_t index, Worker& worker) {
     try {
         work(index, worker);
     } catch (const ToolError& error) {
+        Interrupt::check(); // it may have ended a decoder as well
         if (error.code() == ExitCode::output) {
             throw;
         }
@@ -142,6 +184,9 @@ void CleanRun::work(std::size_t index, Worker& worker) {
     const MemoryBudget::Share share(budget_, page.readHeader(source, options_.maxPixels));
     Interrupt::check();
     page.load(source, options_.maxPixels);
+    if (report_) {
+        record.before = thumbnailOf(page.image());
+    }
     if (options_.analyses) {
         page.readOrientation();
     }
@@ -163,9 +208,12 @@ void CleanRun::work(std::size_t index, Worker& worker) {
         return;
     }
     page.mend(format);
+    if (report_) {
+        record.after = thumbnailOf(page.image());
+    }
     Interrupt::check();
     CleanOutput::makeFolderOf(path);
-    page.save(path, format, output_->isBook() && !output_->isAside(record));
+    page.save(path, format, output_->joins() && !output_->isAside(record));
     CleanOutput::makeFolderOf(journal_->path());
     journal_->add(record, stems_[index], task);
 }

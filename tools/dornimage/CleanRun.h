@@ -14,6 +14,8 @@ struct CleanOptions {
     bool analyses = true; // find out what the plan is to say
     bool writes = true;   // carry it out
     std::string output;
+    std::string reportFolder; // empty for no report
+    std::string command;      // as the user gave it, for the report
     bool force = false;
     bool dryRun = false;
     bool resume = false;
