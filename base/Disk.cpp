@@ -100,12 +100,14 @@ bool deleteFile(const std::wstring& name) {
 }
 
 bool deleteDirectory(const Velmora::u8string& name) {
-    // With a separator at its end a link would be followed.
-    std::string bare = name;
-    while (!bare.empty() && bare.back() == '/') {
-        bare.pop_back();
+    // With a separator at its end a link would be followed. Names without one, such as those of temporary
+    // directories, are not copied: their owners' destructors come here, and memory may be short.
+    const std::size_t end = name.find_last_not_of('/');
+    if (end == std::string::npos || hasZero(name)) {
+        return false;
     }
-    return !bare.empty() && !hasZero(bare) && deleteDirectoryAt(AT_FDCWD, bare.c_str());
+    return end + 1 == name.size() ? deleteDirectoryAt(AT_FDCWD, name.c_str())
+                                  : deleteDirectoryAt(AT_FDCWD, name.substr(0, end + 1).c_str());
 }
 
 bool createTempDir(const Velmora::u8string& prefix, Velmora::u8string& path) {
@@ -116,7 +118,7 @@ bool createTempDir(const Velmora::u8string& prefix, Velmora::u8string& path) {
     if (!::mkdtemp(name.data())) {
         return false;
     }
-    path = name;
+    path = std::move(name);
     return true;
 }
 
@@ -135,6 +137,7 @@ bool createTempFile(const std::wstring& directory, const std::wstring& name, con
     }
     std::string full = place + "/" + stem;
     full.append(chancePart).append(suffix);
+    path.reserve(full.size()); // no memory is needed once the file is there
     const int descriptor = ::mkostemps(full.data(), static_cast<int>(suffix.size()), O_CLOEXEC);
     if (descriptor < 0) {
         return false;

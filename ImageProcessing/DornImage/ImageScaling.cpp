@@ -106,6 +106,9 @@ bool Image::GetScaled(unsigned width, unsigned height, ScaleType type, Reference
             if (GetBpp() == 1) {
                 constexpr BYTE firstWhite = 128; // a bilevel picture stays one
                 scaled.attach(::FreeImage_Threshold(scaled.get(), firstWhite));
+                if (!scaled.get()) {
+                    return false;
+                }
             }
         }
     }

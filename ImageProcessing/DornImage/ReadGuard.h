@@ -14,8 +14,8 @@ namespace DornImage {
 class ReadGuard {
 public:
     explicit ReadGuard(FREE_IMAGE_FORMAT format)
-        : isOn(format == FIF_EXR || format == FIF_IFF || format == FIF_JNG || format == FIF_MNG ||
-               format == FIF_PICT || format == FIF_XBM) {}
+        : isOn(format == FIF_EXR || format == FIF_GIF || format == FIF_IFF || format == FIF_JNG ||
+               format == FIF_MNG || format == FIF_PICT || format == FIF_XBM) {}
 
     /// @param items what the read got.
     void note(unsigned items) {
