@@ -99,6 +99,7 @@ void PdfWriter::writeTo(const std::string& path) {
     if (!file) {
         fail(errno);
     }
+    std::setvbuf(file.get(), nullptr, _IONBF, 0); // qpdf takes no notice when its last flush fails
     try {
         QPDFWriter writer(pdf_);
         writer.setOutputFile(name_.c_str(), file.get(), false);
