@@ -182,6 +182,32 @@ TEST_F(Clean, BindsABook) {
     EXPECT_EQ(runTool({"clean", in, "--out", scratch / "book.jpg"}).exitCode, 1);
 }
 
+TEST_F(Clean, BindsAPdfAndReports) {
+    const ToolRun run =
+        runTool({"clean", in, "--out", scratch / "a.pdf", "--report", scratch / "report", "--json"});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(pageOf(run.json(), "scan1.jpg")["outputPage"], 1);
+    EXPECT_EQ(pageOf(run.json(), "scan9.tif")["outputPage"], 0);
+    EXPECT_EQ(pageOf(run.json(), "scan11.tif")["outputPage"], 7);
+    EXPECT_EQ(runTool({"clean", in, "--out", scratch / "b.pdf", "--jobs", "1", "--no-isolate"}).exitCode, 2);
+    EXPECT_THAT(contentOf(scratch / "a.pdf"), testing::StartsWith("%PDF-"));
+    EXPECT_EQ(contentOf(scratch / "b.pdf"), contentOf(scratch / "a.pdf"));
+    EXPECT_THAT(scratch.names(), ElementsAre("a-empty", "a.pdf", "b-empty", "b.pdf", "in", "report"));
+    const std::string report = contentOf(scratch / "report/index.html");
+    EXPECT_THAT(report,
+                AllOf(HasSubstr("scan12.png"), HasSubstr("1.38"), HasSubstr("../a-empty/scan9.tif")));
+
+    // Too large for the format, and so one page that fails.
+    const DornImage::FIBitmapPtr wide(FreeImage_Allocate(3000, 10, 8));
+    FreeImage_SetDotsPerMeterX(wide.get(), 500);
+    FreeImage_SetDotsPerMeterY(wide.get(), 500);
+    FreeImage_Save(FIF_PNG, wide.get(), (in + "/scan0.png").c_str(), 0);
+    const ToolRun failing = runTool({"clean", in, "--out", scratch / "a.pdf", "--force"});
+    EXPECT_EQ(failing.exitCode, 2);
+    EXPECT_THAT(failing.err, HasSubstr("scan0.png: is longer than the 5.08 m that PDF allows; see --dpi"));
+    EXPECT_EQ(contentOf(scratch / "b.pdf"), contentOf(scratch / "a.pdf"));
+}
+
 TEST_F(Clean, CarriesOutAnEditedPlanOnOtherRenditions) {
     // The plan is made on small renditions, named by a list with a pattern in it.
     std::ofstream(scratch / "list") << in << "/scan[12].*\n";

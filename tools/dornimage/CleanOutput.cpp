@@ -141,6 +141,26 @@ FREE_IMAGE_FORMAT CleanOutput::formatFor(const PageRecord& record, DornImage::Im
     return FIF_TIFF;
 }
 
+void CleanOutput::checkHolds(const PageRecord& record, DornImage::Image& image) const {
+    if (kind_ != Kind::pdf || isAside(record)) {
+        return;
+    }
+    FIBITMAP* const bitmap = image.getFIBTMAP();
+    constexpr double longest = 14400.0 / 72 * 0.0254; // metres
+    const auto isTooLong = [](unsigned pixels, unsigned dotsPerMetre) {
+        return dotsPerMetre > 0 && pixels > longest * dotsPerMetre;
+    };
+    if (isTooLong(image.GetWidth(), FreeImage_GetDotsPerMeterX(bitmap)) ||
+        isTooLong(image.GetHeight(), FreeImage_GetDotsPerMeterY(bitmap))) {
+        throw ToolError(ExitCode::input, record.file, "is longer than the 5.08 m that PDF allows; see --dpi");
+    }
+    const FREE_IMAGE_TYPE type = FreeImage_GetImageType(bitmap);
+    if (type != FIT_BITMAP && type != FIT_UINT16 && type != FIT_RGB16 && type != FIT_RGBA16) {
+        throw ToolError(ExitCode::input, record.file,
+                        "a picture of the kind " + pixelTypeName(type) + " has no place in a PDF");
+    }
+}
+
 std::string CleanOutput::pathFor(const PageRecord& record, const std::string& stem,
                                  FREE_IMAGE_FORMAT format) const {
     return (fs::path(isAside(record) ? sideFolder_ : folder_) / (stem + extensionOf(format))).string();

@@ -35,6 +35,9 @@ public:
     /// The format that a page is to be written in. Its record has to tell the format of its file.
     FREE_IMAGE_FORMAT formatFor(const PageRecord& record, DornImage::Image& image) const;
 
+    /// Throws ToolError (ExitCode::input) when the output has no place for a page as it is to be written.
+    void checkHolds(const PageRecord& record, DornImage::Image& image) const;
+
     bool isAside(const PageRecord& record) const {
         return record.fate == PageFate::empty && settings_.empty == EmptyPages::aside;
     }

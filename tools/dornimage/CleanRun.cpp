@@ -208,6 +208,7 @@ void CleanRun::work(std::size_t index, Worker& worker) {
         return;
     }
     page.mend(format);
+    output_->checkHolds(record, page.image());
     if (report_) {
         record.after = thumbnailOf(page.image());
     }
