@@ -16,6 +16,8 @@ constexpr std::array steps = {CleanStep::load,   CleanStep::upright, CleanStep::
                               CleanStep::colour, CleanStep::blank,   CleanStep::skew,
                               CleanStep::turn,   CleanStep::scale,   CleanStep::save};
 
+constexpr double leastTime = 0.005; // seconds of a step that are worth telling
+
 std::string nameOf(PageFate fate) {
     constexpr std::array names = {"kept", "unsure", "empty", "failed"};
     return names[static_cast<std::size_t>(fate)];
@@ -149,7 +151,7 @@ private:
         html_ += "<h2>Where the time went</h2>\n<div class=\"card\"><table>\n";
         for (const CleanStep step : steps) {
             const double time = seconds[static_cast<std::size_t>(step)];
-            if (time > 0) {
+            if (time >= leastTime) {
                 html_ += "<tr><td>" + nameOf(step) + "</td><td class=\"number\">" + durationText(time) +
                          "</td><td class=\"number\">" + decimal(100 * time / sum, 1) +
                          " %</td><td class=\"bar\"><i style=\"width:" + decimal(100 * time / sum, 2) +
@@ -292,7 +294,9 @@ private:
         std::vector<std::string> parts;
         for (const auto& [step, time] : record.seconds) {
             sum += time;
-            parts.push_back(nameOf(step) + " " + decimal(time, 2));
+            if (time >= leastTime) {
+                parts.push_back(nameOf(step) + " " + decimal(time, 2));
+            }
         }
         if (!parts.empty()) {
             fact("Time", durationText(sum) + " <span class=\"faint\">(" + join(parts, ", ") + ")</span>");
