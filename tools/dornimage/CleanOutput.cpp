@@ -126,8 +126,8 @@ void CleanOutput::check(const std::vector<PageRecord>& pages, const std::vector<
 FREE_IMAGE_FORMAT CleanOutput::formatFor(const PageRecord& record, DornImage::Image& image) const {
     if (isBook() && !isAside(record)) {
         // A PDF takes JPEG files as they are. What has lost something already may lose a little more.
-        const bool asJpeg =
-            kind_ == Kind::pdf && !settings_.lossless && record.format == formatName(FIF_JPEG);
+        const bool lossy = record.format == formatName(FIF_JPEG) || wantsJpeg(settings_);
+        const bool asJpeg = kind_ == Kind::pdf && lossy && !settings_.lossless;
         return asJpeg && holdsPage(FIF_JPEG, image) ? FIF_JPEG : FIF_TIFF;
     }
     if (!settings_.format.empty()) {

@@ -268,7 +268,8 @@ int CleanPage::saveFlags(FREE_IMAGE_FORMAT format) const {
     if (image_->GetBpp() == 1) {
         return coding == 0 || coding == TIFF_JPEG ? TIFF_CCITTFAX4 : coding;
     }
-    const bool lossy = (format_ == FIF_JPEG || coding == TIFF_JPEG) && !settings_.lossless;
+    const bool lossy =
+        (format_ == FIF_JPEG || coding == TIFF_JPEG || wantsJpeg(settings_)) && !settings_.lossless;
     const bool plain = image_->GetBpp() == 24 || (image_->GetBpp() == 8 && image_->IsGrayScale());
     if (lossy && plain) {
         return TIFF_JPEG;

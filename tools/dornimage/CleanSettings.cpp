@@ -35,6 +35,10 @@ CleanSettings presetSettings(const std::string& name) {
     return settings;
 }
 
+bool wantsJpeg(const CleanSettings& settings) {
+    return !settings.format.empty() && formatForWriting("", settings.format) == FIF_JPEG;
+}
+
 ordered_json toJson(const CleanSettings& settings) {
     const ordered_json none = nullptr;
     return {{"upright", settings.upright},

@@ -39,6 +39,9 @@ const std::vector<std::string>& emptyPagesNames();
 const std::vector<std::string>& presetNames();
 CleanSettings presetSettings(const std::string& name);
 
+/// Whether grey and colour pages are to be JPEG-coded wherever they go.
+bool wantsJpeg(const CleanSettings& settings);
+
 nlohmann::ordered_json toJson(const CleanSettings& settings);
 
 /// Throws ToolError (ExitCode::input).
