@@ -194,8 +194,7 @@ TEST_F(Clean, BindsAPdfAndReports) {
     EXPECT_EQ(contentOf(scratch / "b.pdf"), contentOf(scratch / "a.pdf"));
     EXPECT_THAT(scratch.names(), ElementsAre("a-empty", "a.pdf", "b-empty", "b.pdf", "in", "report"));
     const std::string report = contentOf(scratch / "report/index.html");
-    EXPECT_THAT(report,
-                AllOf(HasSubstr("scan12.png"), HasSubstr("1.38"), HasSubstr("../a-empty/scan9.tif")));
+    EXPECT_THAT(report, AllOf(HasSubstr("scan12.png"), HasSubstr("1.38"), HasSubstr("../a-empty/scan9.tif")));
 
     // Too large for the format, and so one page that fails.
     const DornImage::FIBitmapPtr wide(FreeImage_Allocate(3000, 10, 8));
