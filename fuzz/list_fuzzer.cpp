@@ -25,6 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (int count = 0; count < 30 && !bytes.empty(); ++count) {
             script.step();
         }
+        script.compare();
     }
     unsetenv("TMPDIR");
     require(std::filesystem::is_empty(temporary));

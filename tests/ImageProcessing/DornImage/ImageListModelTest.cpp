@@ -10,6 +10,7 @@ TEST_P(ModelTest, ListFollowsItsModel) {
     ListScript script(folder.path(), [&](unsigned end) { return static_cast<unsigned>(random() % end); });
     for (int count = 0; count < 120; ++count) {
         ASSERT_NO_THROW(script.step()) << "step " << count;
+        ASSERT_NO_THROW(script.compare()) << "step " << count;
     }
 }
 
