@@ -73,7 +73,7 @@ GuardedFile& guardedFile(fi_handle handle) {
 unsigned DLL_CALLCONV readGuarded(void* buffer, unsigned itemSize, unsigned itemCount, fi_handle handle) {
     GuardedFile& guarded = guardedFile(handle);
     const auto items = static_cast<unsigned>(std::fread(buffer, itemSize, itemCount, guarded.file));
-    guarded.guard.note(items);
+    guarded.guard.note(itemSize != 0 && itemCount != 0, items);
     return items;
 }
 

@@ -99,16 +99,6 @@ void remember(void* start, void* caller) {
     }
 }
 
-// The place in the table stays taken, so that those behind it are found.
-void forget(const void* start) {
-    if (start) {
-        Block& block = blocks[slotOf(start)];
-        if (block.start) {
-            block.caller = nullptr;
-        }
-    }
-}
-
 template <class Function>
 Function* next(Function*, const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -170,6 +160,16 @@ namespace {
 
 bool failsFor(void* caller) {
     return ownCode.holds(caller) && fails(faults::Kind::allocation);
+}
+
+// The place in the table stays taken, so that those behind it are found.
+void forget(const void* start) {
+    if (start) {
+        Block& block = blocks[slotOf(start)];
+        if (block.start) {
+            block.caller = nullptr;
+        }
+    }
 }
 
 void* kept(void* block, void* caller) {
