@@ -53,7 +53,7 @@ FIBITMAP* load(FREE_IMAGE_FORMAT format, const void* data, std::size_t size) {
     VelmoraException exception;
     // These lose their picture when the guard on reads ends them.
     std::optional<dorntest::KnownLeak> pictureOfTheCodec;
-    if (format == FIF_GIF || format == FIF_IFF || format == FIF_XBM) {
+    if (format == FIF_GIF || format == FIF_IFF || format == FIF_PSD || format == FIF_XBM) {
         pictureOfTheCodec.emplace();
     }
     FIBITMAP* const bitmap = FreeImage_LoadFile(format, stream, exception);

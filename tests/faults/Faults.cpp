@@ -85,7 +85,7 @@ struct Block {
 constexpr std::size_t mostBlocks = 1 << 16;
 Block blocks[mostBlocks];
 
-std::size_t slotOf(const void* start) {
+[[maybe_unused]] std::size_t slotOf(const void* start) {
     std::size_t slot = (reinterpret_cast<std::uintptr_t>(start) >> 4) * 0x9E3779B1U % mostBlocks;
     while (blocks[slot].start && blocks[slot].start != start) {
         slot = (slot + 1) % mostBlocks;
@@ -93,10 +93,12 @@ std::size_t slotOf(const void* start) {
     return slot;
 }
 
-void remember(void* start, void* caller) {
+void remember([[maybe_unused]] void* start, [[maybe_unused]] void* caller) {
+#if defined(DORN_OWN_MALLOC)
     if (start && !isPaused) {
         blocks[slotOf(start)] = {start, caller};
     }
+#endif
 }
 
 template <class Function>
