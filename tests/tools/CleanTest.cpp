@@ -136,7 +136,8 @@ TEST_F(Clean, MendsAFolderOfAllSorts) {
 }
 
 TEST_F(Clean, GivesTheSameWithAnyNumberOfJobsAndThroughAPlan) {
-    const std::vector<std::string> settings = {"--preset", "office", "--dpi", "75", "--empty", "mark"};
+    const std::vector<std::string> settings = {"--preset", "office", "--dpi",       "75",
+                                               "--empty",  "mark",   "--no-isolate"};
     const auto cleaned = [&](const std::string& to, const std::vector<std::string>& how) {
         std::vector<std::string> arguments = {"clean", in, "--out", to};
         arguments.insert(arguments.end(), settings.begin(), settings.end());
@@ -296,7 +297,7 @@ TEST_F(Clean, GoesOnAfterAnInterruption) {
         SCOPED_TRACE(name);
         const std::string whole = scratch / "whole" + name;
         const std::string cut = scratch / "cut" + name;
-        EXPECT_EQ(runTool({"clean", in, "--out", whole, "--no-empty"}).exitCode, 2);
+        EXPECT_EQ(runTool({"clean", in, "--out", whole, "--no-empty", "--no-isolate"}).exitCode, 2);
         const std::string finished = name == "/pages" ? cut : scratch / "cut/.book.tif.dornimage-clean";
         const auto interrupt = [&](pid_t tool) {
             for (int wait = 0; wait < 20000 && !fs::exists(finished + "/scan2.tif"); ++wait) {
@@ -304,7 +305,8 @@ TEST_F(Clean, GoesOnAfterAnInterruption) {
             }
             kill(tool, SIGTERM);
         };
-        const ToolRun run = runTool({"clean", in, "--out", cut, "--no-empty", "--jobs", "1"}, 0, interrupt);
+        const ToolRun run =
+            runTool({"clean", in, "--out", cut, "--no-empty", "--no-isolate", "--jobs", "1"}, 0, interrupt);
         EXPECT_EQ(run.exitCode, 130);
         EXPECT_THAT(run.err, HasSubstr("interrupted; what is finished stays, and --resume goes on\n"));
         EXPECT_THAT(namesIn(finished), testing::Contains("scan2.tif"));
@@ -316,7 +318,7 @@ TEST_F(Clean, GoesOnAfterAnInterruption) {
         if (name == "/pages") {
             EXPECT_EQ(runTool({"clean", in, "--out", cut}).exitCode, 4);
         }
-        EXPECT_EQ(runTool({"clean", in, "--out", cut, "--no-empty", "--resume"}).exitCode, 2);
+        EXPECT_EQ(runTool({"clean", in, "--out", cut, "--no-empty", "--no-isolate", "--resume"}).exitCode, 2);
         if (name == "/pages") {
             EXPECT_EQ(fs::last_write_time(finished + "/scan2.tif"), time) << "was made again";
         }
