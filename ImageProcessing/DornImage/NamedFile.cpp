@@ -1,7 +1,7 @@
 #include "ImageProcessing/DornImage/NamedFile.h"
 
 #include "ImageProcessing/DornImage/FileCallbacks.h"
-#include "ImageProcessing/DornImage/ReadGuard.h"
+#include "ImageProcessing/DornImage/GuardedFile.h"
 
 #include <cstdio>
 #include <cstring>
@@ -61,30 +61,6 @@ File openFile(const Velmora::u8string& fileName, const char* mode) {
     return File(std::fopen(fileName.c_str(), mode), std::fclose);
 }
 
-struct GuardedFile {
-    std::FILE* file;
-    ReadGuard guard;
-};
-
-GuardedFile& guardedFile(fi_handle handle) {
-    return *static_cast<GuardedFile*>(handle);
-}
-
-unsigned DLL_CALLCONV readGuarded(void* buffer, unsigned itemSize, unsigned itemCount, fi_handle handle) {
-    GuardedFile& guarded = guardedFile(handle);
-    const auto items = static_cast<unsigned>(std::fread(buffer, itemSize, itemCount, guarded.file));
-    guarded.guard.note(itemSize != 0 && itemCount != 0, items);
-    return items;
-}
-
-int DLL_CALLCONV seekGuarded(fi_handle handle, long offset, int origin) {
-    return std::fseek(guardedFile(handle).file, offset, origin);
-}
-
-long DLL_CALLCONV tellGuarded(fi_handle handle) {
-    return std::ftell(guardedFile(handle).file);
-}
-
 } // namespace
 
 FREE_IMAGE_FORMAT namedFileContentFormat(const Velmora::u8string& fileName) {
@@ -104,8 +80,8 @@ FIBITMAP* loadNamedFile(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileN
         // For its message.
         return isPlainName(fileName) ? ::FreeImage_Load(format, fileName.c_str(), flags) : nullptr;
     }
-    GuardedFile guarded{file.get(), ReadGuard(format)};
-    FreeImageIO io{readGuarded, nullptr, seekGuarded, tellGuarded};
+    GuardedFile guarded(file.get(), format);
+    FreeImageIO io = GuardedFile::callbacks();
     return ::FreeImage_LoadFromHandle(format, &io, &guarded, flags);
 }
 

@@ -131,6 +131,13 @@ TEST(Info, DamagedFilesFailOneByOne) {
     EXPECT_EQ(files[2]["pages"][0]["messages"].size(), 9U) << "eight lines of the fax codec and a count";
     EXPECT_NE(files[3]["pages"][0]["messages"][0].get<std::string>().find("Corrupt JPEG data"),
               std::string::npos);
+
+    // This codec would ask for the rest of the file for ever.
+    const ScratchFolder scratch;
+    std::ofstream(scratch / "cut.iff") << std::string("FORM\0\0\0\0ILBM", 12);
+    run = runTool({"info", scratch / "cut.iff"});
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_NE(run.err.find("reads behind the end of the file"), std::string::npos) << run.err;
 }
 
 TEST(Info, TakesAnyFileName) {

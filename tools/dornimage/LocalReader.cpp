@@ -2,34 +2,9 @@
 
 #include <cerrno>
 #include <cstring>
+#include <exception>
 
-namespace {
-
-std::FILE* fileOf(fi_handle handle) {
-    return static_cast<std::FILE*>(handle);
-}
-
-unsigned DLL_CALLCONV readFile(void* buffer, unsigned itemSize, unsigned itemCount, fi_handle handle) {
-    return static_cast<unsigned>(std::fread(buffer, itemSize, itemCount, fileOf(handle)));
-}
-
-int DLL_CALLCONV seekFile(fi_handle handle, long offset, int origin) {
-    return std::fseek(fileOf(handle), offset, origin);
-}
-
-long DLL_CALLCONV tellFile(fi_handle handle) {
-    return std::ftell(fileOf(handle));
-}
-
-FreeImageIO fileCallbacks() {
-    FreeImageIO io{};
-    io.read_proc = readFile;
-    io.seek_proc = seekFile;
-    io.tell_proc = tellFile;
-    return io;
-}
-
-} // namespace
+using DornImage::GuardedFile;
 
 LocalReader::LocalReader(const std::string& name, Frames frames, CodecMessages& messages)
     : ownFile_(std::fopen(name.c_str(), "rbe")), file_(ownFile_.get()),
@@ -44,16 +19,16 @@ FileContents LocalReader::open() {
         return {FIF_UNKNOWN, 1, std::strerror(errno)};
     }
     messages_.listen();
-    FreeImageIO io = fileCallbacks();
+    FreeImageIO io = GuardedFile::callbacks();
+    GuardedFile file(file_, FIF_UNKNOWN);
     std::rewind(file_);
-    const FREE_IMAGE_FORMAT byContent = FreeImage_GetFileTypeFromHandle(&io, file_, 0);
+    const FREE_IMAGE_FORMAT byContent = FreeImage_GetFileTypeFromHandle(&io, &file, 0);
     if (byContent != FIF_UNKNOWN) {
         format_ = byContent;
     }
     int count = 1;
     if (FreeImage_FIFSupportsReading(format_) && DornImage::FreeImage_IsMultiPageFormat(format_)) {
-        pages_ = openPages(format_ == FIF_GIF && frames_ == Frames::played ? GIF_PLAYBACK : 0);
-        count = pages_ ? FreeImage_GetPageCount(pages_.get()) : 0;
+        count = countPages();
         if (count <= 1) {
             // A single page is loaded as any other picture is, and keeps its palette; so is a file whose
             // pages can't be counted: its decoder tells why.
@@ -65,10 +40,27 @@ FileContents LocalReader::open() {
     return {format_, count, ""};
 }
 
-LocalReader::Pages LocalReader::openPages(int flags) {
-    FreeImageIO io = fileCallbacks();
+int LocalReader::countPages() {
+    try {
+        pagesFile_.emplace(file_, format_);
+        pages_ = openPages(*pagesFile_, format_ == FIF_GIF && frames_ == Frames::played ? GIF_PLAYBACK : 0);
+        return pages_ ? FreeImage_GetPageCount(pages_.get()) : 0;
+    } catch (...) {
+        return 0; // codecs throw what they like
+    }
+}
+
+LocalReader::Pages LocalReader::openPages(GuardedFile& file, int flags) {
+    FreeImageIO io = GuardedFile::callbacks();
     std::rewind(file_);
-    return Pages(FreeImage_OpenMultiBitmapFromHandle(format_, &io, file_, flags));
+    return Pages(FreeImage_OpenMultiBitmapFromHandle(format_, &io, &file, flags));
+}
+
+BitmapHolder LocalReader::loadSingle(int flags) {
+    FreeImageIO io = GuardedFile::callbacks();
+    GuardedFile file(file_, format_);
+    std::rewind(file_);
+    return BitmapHolder(FreeImage_LoadFromHandle(format_, &io, &file, flags));
 }
 
 DecodedPage LocalReader::read(int page) {
@@ -76,6 +68,8 @@ DecodedPage LocalReader::read(int page) {
     DecodedPage result;
     try {
         result.bitmap = decode(page);
+    } catch (const std::exception& error) {
+        messages_.setError("", 0, error.what());
     } catch (...) {
         // Codecs throw what they like.
         messages_.setError("", 0, "Unhandled exception");
@@ -86,9 +80,7 @@ DecodedPage LocalReader::read(int page) {
 
 BitmapHolder LocalReader::decode(int page) {
     if (!pages_) {
-        FreeImageIO io = fileCallbacks();
-        std::rewind(file_);
-        return BitmapHolder(FreeImage_LoadFromHandle(format_, &io, file_, 0));
+        return loadSingle(0);
     }
     FIBITMAP* const locked = FreeImage_LockPage(pages_.get(), page - 1);
     BitmapHolder copy(locked ? FreeImage_Clone(locked) : nullptr);
@@ -109,13 +101,12 @@ std::optional<PageSize> LocalReader::size(int page) {
     messages_.listen();
     try {
         if (!pages_) {
-            FreeImageIO io = fileCallbacks();
-            std::rewind(file_);
-            const BitmapHolder header(FreeImage_LoadFromHandle(format_, &io, file_, FIF_LOAD_NOPIXELS));
+            const BitmapHolder header = loadSingle(FIF_LOAD_NOPIXELS);
             result = header ? std::optional(sizeOf(header.get())) : std::nullopt;
         } else {
             if (!headers_) {
-                headers_ = openPages(FIF_LOAD_NOPIXELS);
+                headersFile_.emplace(file_, format_);
+                headers_ = openPages(*headersFile_, FIF_LOAD_NOPIXELS);
             }
             FIBITMAP* const locked = FreeImage_LockPage(headers_.get(), page - 1);
             if (locked) {

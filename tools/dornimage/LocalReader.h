@@ -4,8 +4,11 @@
 #include "CodecMessages.h"
 #include "PageReader.h"
 
+#include "ImageProcessing/DornImage/GuardedFile.h"
+
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 
 /// Decodes within this process.
@@ -31,16 +34,21 @@ private:
     };
     using Pages = std::unique_ptr<FIMULTIBITMAP, ClosePages>;
 
-    Pages openPages(int flags);
+    Pages openPages(DornImage::GuardedFile& file, int flags);
+    int countPages();
     BitmapHolder decode(int page);
+    BitmapHolder loadSingle(int flags);
 
     std::unique_ptr<std::FILE, CloseFile> ownFile_;
     std::FILE* file_;
     FREE_IMAGE_FORMAT format_; // by the name until the file is opened
     Frames frames_;
     CodecMessages& messages_;
-    Pages pages_;   // null for a file of one page
-    Pages headers_; // the same without pixels, from the first question for a size on
+    // Null for a file of one page, and the same without pixels, from the first question for a size on.
+    std::optional<DornImage::GuardedFile> pagesFile_;
+    std::optional<DornImage::GuardedFile> headersFile_;
+    Pages pages_;
+    Pages headers_;
 };
 
 #endif

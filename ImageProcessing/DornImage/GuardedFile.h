@@ -1,0 +1,42 @@
+#ifndef DORNIMAGE_IMAGEPROCESSING_DORNIMAGE_GUARDEDFILE_H
+#define DORNIMAGE_IMAGEPROCESSING_DORNIMAGE_GUARDEDFILE_H
+
+#include "ImageProcessing/DornImage/ReadGuard.h"
+
+#include <cstdio>
+
+namespace DornImage {
+
+/// An open file that a codec reads under a guard. Its address is the opaque handle for the callbacks.
+class GuardedFile {
+public:
+    /// @param openFile stays the caller's.
+    GuardedFile(std::FILE* openFile, FREE_IMAGE_FORMAT format) : file(openFile), guard(format) {}
+
+    /// For reading only. The reads throw as ReadGuard does.
+    static FreeImageIO callbacks() { return {readProc, nullptr, seekProc, tellProc}; }
+
+private:
+    static GuardedFile& of(fi_handle handle) { return *static_cast<GuardedFile*>(handle); }
+
+    static unsigned DLL_CALLCONV readProc(void* buffer, unsigned itemSize, unsigned itemCount,
+                                          fi_handle handle) {
+        GuardedFile& self = of(handle);
+        const auto items = static_cast<unsigned>(std::fread(buffer, itemSize, itemCount, self.file));
+        self.guard.note(itemSize != 0 && itemCount != 0, items);
+        return items;
+    }
+
+    static int DLL_CALLCONV seekProc(fi_handle handle, long offset, int origin) {
+        return std::fseek(of(handle).file, offset, origin);
+    }
+
+    static long DLL_CALLCONV tellProc(fi_handle handle) { return std::ftell(of(handle).file); }
+
+    std::FILE* file;
+    ReadGuard guard;
+};
+
+} // namespace DornImage
+
+#endif
