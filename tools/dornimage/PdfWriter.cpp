@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <qpdf/Pipeline.hh>
+#include <qpdf/QPDF.hh>
 #include <qpdf/QPDFExc.hh>
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFSystemError.hh>
@@ -42,13 +43,15 @@ void copyRange(std::FILE* file, std::uint64_t offset, std::uint64_t size, Pipeli
 
 PdfWriter::PdfWriter(std::string name, std::optional<int> jpegQuality)
     : name_(std::move(name)), jpegQuality_(jpegQuality), output_(name_),
-      codings_(std::fopen(output_.scratchPath().c_str(), "w+be")) {
+      codings_(std::fopen(output_.scratchPath().c_str(), "w+be")), pdf_(std::make_unique<QPDF>()) {
     if (!codings_) {
         fail(errno);
     }
-    pdf_.emptyPDF();
-    pdf_.getTrailer().replaceKey("/Info", QPDFObjectHandle::parse("<< /Producer (dornimage) >>"));
+    pdf_->emptyPDF();
+    pdf_->getTrailer().replaceKey("/Info", QPDFObjectHandle::parse("<< /Producer (dornimage) >>"));
 }
+
+PdfWriter::~PdfWriter() = default;
 
 void PdfWriter::append(DornImage::Image& image, const std::string& jpegFile) {
     append(pdfPageOf(image, jpegQuality_, jpegFile, name_));
@@ -64,9 +67,9 @@ void PdfWriter::append(const PdfPage& page) {
     QPDFObjectHandle resources = QPDFObjectHandle::newDictionary();
     resources.replaceKey("/XObject", pictures);
     object.replaceKey("/Resources", resources);
-    object.replaceKey("/Contents", QPDFObjectHandle::newStream(&pdf_, "q " + width + " 0 0 " + height +
-                                                                          " 0 0 cm /Page Do Q"));
-    QPDFPageDocumentHelper(pdf_).addPage(QPDFPageObjectHelper(pdf_.makeIndirectObject(object)), false);
+    object.replaceKey("/Contents", QPDFObjectHandle::newStream(pdf_.get(), "q " + width + " 0 0 " + height +
+                                                                               " 0 0 cm /Page Do Q"));
+    QPDFPageDocumentHelper(*pdf_).addPage(QPDFPageObjectHelper(pdf_->makeIndirectObject(object)), false);
     ++pageCount_;
 }
 
@@ -78,7 +81,7 @@ QPDFObjectHandle PdfWriter::pictureOf(const PdfPage& page) {
     codedBytes_ += page.data.size();
     QPDFObjectHandle dictionary =
         QPDFObjectHandle::parse("<< /Type /XObject /Subtype /Image " + page.description + " >>");
-    QPDFObjectHandle picture = pdf_.newStream();
+    QPDFObjectHandle picture = pdf_->newStream();
     picture.replaceDict(dictionary);
     picture.replaceStreamData([file = codings_.get(), offset,
                                size = page.data.size()](Pipeline* to) { copyRange(file, offset, size, *to); },
@@ -101,7 +104,7 @@ void PdfWriter::writeTo(const std::string& path) {
     }
     std::setvbuf(file.get(), nullptr, _IONBF, 0); // qpdf takes no notice when its last flush fails
     try {
-        QPDFWriter writer(pdf_);
+        QPDFWriter writer(*pdf_);
         writer.setOutputFile(name_.c_str(), file.get(), false);
         writer.setStreamDataMode(qpdf_s_preserve);
         writer.setMinimumPDFVersion("1.5");

@@ -8,8 +8,10 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
-#include <qpdf/QPDF.hh>
 #include <string>
+
+class QPDF;
+class QPDFObjectHandle;
 
 /// Writes pictures as the pages of one PDF. Nothing stands under the name before `finish`, and nothing new
 /// ever when a step throws ToolError (ExitCode::output). Pages go to the disk as they come, and the same
@@ -19,6 +21,9 @@ public:
     /// Throws ToolError when no file can be made there.
     /// @param jpegQuality see pdfPageOf.
     PdfWriter(std::string name, std::optional<int> jpegQuality);
+    PdfWriter(const PdfWriter&) = delete;
+    PdfWriter& operator=(const PdfWriter&) = delete;
+    ~PdfWriter();
 
     /// Codes a picture and adds it as the next page; see pdfPageOf.
     void append(DornImage::Image& image, const std::string& jpegFile = {});
@@ -46,7 +51,7 @@ private:
     OutputFile output_;
     File codings_; // of all pictures, one after the other, until the PDF is written
     std::uint64_t codedBytes_ = 0;
-    QPDF pdf_;
+    std::unique_ptr<QPDF> pdf_;
     int pageCount_ = 0;
 };
 
