@@ -70,7 +70,9 @@ public:
             to_.write(from, bytes);
             return;
         }
-        std::memcpy(gathered_ + used_, from, bytes);
+        if (bytes > 0) { // there may be nothing to copy from
+            std::memcpy(gathered_ + used_, from, bytes);
+        }
         used_ += bytes;
     }
 

@@ -127,11 +127,17 @@ DecoderProcess::DecoderProcess(const std::string& program, const Descriptor& pic
 }
 
 DecoderProcess::~DecoderProcess() {
-    if (child_ > 0) {
+    stop();
+}
+
+void DecoderProcess::stop() {
+    // Only a process that is there and ours: others may have its number, and -1 means all of them.
+    if (child_ > 0 && waitpid(child_, nullptr, WNOHANG) == 0) {
         kill(child_, SIGKILL);
         while (waitpid(child_, nullptr, 0) < 0 && errno == EINTR) {
         }
     }
+    child_ = -1;
 }
 
 void DecoderProcess::send(const void* from, std::size_t bytes, unsigned seconds) {
@@ -209,14 +215,12 @@ void DecoderProcess::waitForBytes() {
 
 void DecoderProcess::failAsItEnded() {
     int status = 0;
-    const bool ended = waitBriefly(status);
-    if (!ended) {
-        kill(child_, SIGKILL);
-        while (waitpid(child_, nullptr, 0) < 0 && errno == EINTR) {
-        }
+    if (child_ > 0 && waitBriefly(status)) {
+        child_ = -1;
+        throw DecoderFailure(endInWords(status));
     }
-    child_ = -1;
-    throw DecoderFailure(ended ? endInWords(status) : "the decoder fell silent");
+    stop();
+    throw DecoderFailure("the decoder fell silent");
 }
 
 // A process that ends lets go of the talk a little before it can be waited for. False when it lives on.

@@ -38,6 +38,7 @@ public:
 
 private:
     void send(const void* from, std::size_t bytes, unsigned seconds);
+    void stop();
     void limitProcessorTime() const;
     std::size_t receive(char* to, std::size_t bytes);
     void waitForBytes();

@@ -12,12 +12,6 @@
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool memoryCanBeLimited = false;
-#else
-constexpr bool memoryCanBeLimited = true;
-#endif
-
 // Bytes of address space that the process has now.
 std::uint64_t addressSpace() {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen("/proc/self/statm", "re"),
@@ -67,13 +61,13 @@ scmp_arg_cmp argumentLacks(unsigned index, std::uint64_t bits) {
 } // namespace
 
 bool confineToDecoding(std::uint64_t memory, int answerDescriptor) {
-    if (memoryCanBeLimited) {
+    if (!isSanitized) {
         limit(RLIMIT_AS, addressSpace() + memory);
+        limit(RLIMIT_NOFILE, 0);
     }
     limit(RLIMIT_CORE, 0);
     limit(RLIMIT_FSIZE, 0);
     limit(RLIMIT_NPROC, 0);
-    limit(RLIMIT_NOFILE, 0);
     prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     Filter filter;
     for (const int call : {
@@ -95,7 +89,14 @@ bool confineToDecoding(std::uint64_t memory, int answerDescriptor) {
          }) {
         filter.allow(call);
     }
-    filter.allow(SCMP_SYS(write), argumentIs(0, static_cast<std::uint64_t>(answerDescriptor)));
+    if (isSanitized) {
+        for (const int call :
+             {SCMP_SYS(write), SCMP_SYS(pipe), SCMP_SYS(pipe2), SCMP_SYS(close), SCMP_SYS(sigaltstack)}) {
+            filter.allow(call);
+        }
+    } else {
+        filter.allow(SCMP_SYS(write), argumentIs(0, static_cast<std::uint64_t>(answerDescriptor)));
+    }
     filter.allow(SCMP_SYS(mmap), argumentLacks(2, PROT_EXEC));
     filter.allow(SCMP_SYS(mprotect), argumentLacks(2, PROT_EXEC));
     // What abort() is made of.
