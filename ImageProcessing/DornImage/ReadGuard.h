@@ -15,8 +15,10 @@ namespace DornImage {
 /// for each pixel that is missing, and then deliver what there is.
 class ReadGuard {
 public:
+    /// @param format what the codec reads; any other is not guarded.
     explicit ReadGuard(FREE_IMAGE_FORMAT format) : mostMisses(mostMissesOf(format)) {}
 
+    /// Tells of one read. Throws std::runtime_error when the codec is to be stopped.
     /// @param wanted whether the read asked for anything.
     /// @param items what it got.
     void note(bool wanted, unsigned items) {
