@@ -270,6 +270,45 @@ TEST_F(Clean, SaysWhatIsWrongWithAPlan) {
     EXPECT_THAT(applied(std::string(100000, '[')), HasSubstr("line 1"));
 }
 
+TEST_F(Clean, ReplacesNothingThatIsNotItsOwn) {
+    const std::string page = in + "/scan1.jpg";
+    const std::string before = contentOf(page);
+    const std::string plan = scratch / "plan.json";
+    const auto writePlan = [&](const std::string& entries) {
+        std::ofstream(plan) << R"({"dornimageCleanPlan":1,"pages":[{"file":")" << page << '"' << entries
+                            << "}]}";
+    };
+    writePlan(R"(,"skew":2.0)"); // it doesn't tell the format
+    EXPECT_EQ(runTool({"apply", plan, "--out", in}).exitCode, 4);
+    writePlan(R"(,"skew":2.0,"format":"BMP")");
+    EXPECT_EQ(runTool({"apply", plan, "--out", in, "--force"}).exitCode, 4);
+    writePlan(R"(,"skew":1e999)");
+    EXPECT_EQ(runTool({"apply", plan, "--out", out}).exitCode, 3);
+    EXPECT_EQ(contentOf(page), before);
+
+    // Pages that wait for a book are looked after, too.
+    const std::string waiting = scratch / ".book.tif.dornimage-clean";
+    fs::create_directory(waiting);
+    fs::copy_file(page, waiting + "/scan1.jpg");
+    EXPECT_EQ(runTool({"clean", waiting + "/scan1.jpg", "--out", scratch / "book.tif"}).exitCode, 4);
+    EXPECT_EQ(runTool({"clean", page, "--out", scratch / "book.tif"}).exitCode, 4);
+    EXPECT_EQ(contentOf(waiting + "/scan1.jpg"), before);
+
+    // An output that somebody has worked on since.
+    ASSERT_EQ(runTool({"clean", page, "--out", out}).exitCode, 0);
+    std::ofstream(out + "/scan1.jpg") << "edited";
+    EXPECT_EQ(runTool({"clean", page, "--out", out, "--resume"}).exitCode, 4);
+    EXPECT_EQ(contentOf(out + "/scan1.jpg"), "edited");
+
+    // A link where the journal goes.
+    const std::string other = scratch / "other";
+    fs::create_directory(other);
+    std::ofstream(scratch / "victim") << "kept";
+    fs::create_symlink(scratch / "victim", other + "/.dornimage-clean.jsonl");
+    EXPECT_EQ(runTool({"clean", page, "--out", other}).exitCode, 4);
+    EXPECT_EQ(contentOf(scratch / "victim"), "kept");
+}
+
 TEST_F(Clean, HoldsToItsLimits) {
     const ToolRun large = runTool({"clean", in + "/scan2.tif", "--out", out, "--max-pixels", "100k"});
     EXPECT_EQ(large.exitCode, 5);
@@ -285,6 +324,7 @@ TEST_F(Clean, HoldsToItsLimits) {
                                HasSubstr("scan2.tif: kept, off by -1.38 degrees -> ")));
     EXPECT_FALSE(fs::exists(scratch / "other"));
     EXPECT_EQ(runTool({"clean", in + "/none*", "--out", out}).exitCode, 3);
+    EXPECT_EQ(runTool({"clean", in, "--out", out, "--max-pixels", "-1"}).exitCode, 1);
 }
 
 // Ended in the middle, a run leaves whole files and goes on to the same end.

@@ -145,7 +145,8 @@ void addEngine(CLI::App& command, Options& options) {
         .add_option("--max-pixels", options.run.maxPixels,
                     "Refuse pages of more pixels, such as 100M (default 500M, 0 for no limit)")
         ->option_text("N")
-        ->transform(CLI::AsSizeValue(true));
+        ->transform(CLI::AsSizeValue(true))
+        ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{1} << 50));
     command
         .add_option(
             "--progress", options.progress,

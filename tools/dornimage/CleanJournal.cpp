@@ -7,7 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
+#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -29,13 +29,39 @@ ordered_json stateOf(const std::string& file) {
         {"size", state.st_size}, {"seconds", state.st_mtim.tv_sec}, {"nanoseconds", state.st_mtim.tv_nsec}};
 }
 
+// Opens what is a regular file and no link, without waiting for anybody: others may write to the folder, too.
+int openRegular(const std::string& path, int flags) {
+    const int file = ::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
+    struct stat state {};
+    if (file >= 0 && (fstat(file, &state) != 0 || !S_ISREG(state.st_mode))) {
+        close(file);
+        errno = EINVAL;
+        return -1;
+    }
+    return file;
+}
+
+// Empty when there is none.
+std::string contentOfRegular(const std::string& path) {
+    std::string content;
+    const int file = openRegular(path, O_RDONLY);
+    char block[65536];
+    for (ssize_t got = 0; file >= 0 && (got = ::read(file, block, sizeof(block))) > 0;) {
+        content.append(block, static_cast<std::size_t>(got));
+    }
+    if (file >= 0) {
+        close(file);
+    }
+    return content;
+}
+
 } // namespace
 
 CleanJournal::CleanJournal(const std::string& folder, const CleanSettings& settings)
-    : path_((fs::path(folder) / ".dornimage-clean.jsonl").string()), settings_(toJson(settings)) {}
+    : path_((fs::path(folder) / name).string()), settings_(toJson(settings)) {}
 
 void CleanJournal::read() {
-    std::ifstream lines(path_);
+    std::istringstream lines(contentOfRegular(path_));
     ordered_json settings; // of the run that wrote the line
     for (std::string line; std::getline(lines, line);) {
         take(line, settings);
@@ -83,13 +109,19 @@ bool CleanJournal::restore(PageRecord& record, const std::string& stem, const or
     }
 }
 
-bool CleanJournal::isOurs(const std::string& path) const {
+bool CleanJournal::isOurs(const std::string& path, const PageRecord& record) const {
     const auto found = done_.find(fs::path(path).stem().string());
     if (found == done_.end()) {
         return false;
     }
-    const ordered_json& record = found->second.value("record", ordered_json::object());
-    return record.is_object() && record.value("output", ordered_json()) == path;
+    const auto objectAt = [&](const char* key) {
+        ordered_json value = found->second.value(key, ordered_json());
+        return value.is_object() ? value : ordered_json::object();
+    };
+    const ordered_json task = objectAt("task");
+    return objectAt("record").value("output", ordered_json()) == path &&
+           task.value("file", ordered_json()) == record.file &&
+           task.value("page", ordered_json()) == record.page && objectAt("output") == stateOf(path);
 }
 
 void CleanJournal::add(const PageRecord& record, const std::string& stem, const ordered_json& task) {
@@ -108,7 +140,7 @@ void CleanJournal::add(const PageRecord& record, const std::string& stem, const 
 }
 
 void CleanJournal::append(const std::string& text) {
-    const int file = open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    const int file = openRegular(path_, O_WRONLY | O_CREAT | O_APPEND);
     // In one piece: whatever comes in between, there are no lines mixed of two.
     const bool written =
         file >= 0 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());

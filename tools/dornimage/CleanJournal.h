@@ -15,6 +15,8 @@
 /// that was cut off counts as none.
 class CleanJournal {
 public:
+    static constexpr char name[] = ".dornimage-clean.jsonl";
+
     /// @param folder of the outputs; it need not be there yet.
     CleanJournal(const std::string& folder, const CleanSettings& settings);
 
@@ -31,8 +33,8 @@ public:
     /// record then becomes what it was at the end.
     bool restore(PageRecord& record, const std::string& stem, const nlohmann::ordered_json& task) const;
 
-    /// Whether the file is an output that the journal tells of.
-    bool isOurs(const std::string& path) const;
+    /// Whether the file is what the journal tells was made of this page, and as it was then.
+    bool isOurs(const std::string& path, const PageRecord& record) const;
 
     /// Adds a page that is finished. Any thread may call it. Throws ToolError (ExitCode::output).
     void add(const PageRecord& record, const std::string& stem, const nlohmann::ordered_json& task);

@@ -1,5 +1,6 @@
 #include "CleanOutput.h"
 
+#include "CleanJournal.h"
 #include "CleanProgress.h"
 #include "ExitCode.h"
 #include "Interrupt.h"
@@ -15,7 +16,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <set>
 
 namespace fs = std::filesystem;
 
@@ -94,32 +94,47 @@ std::vector<std::string> CleanOutput::placesFor(const PageRecord& record, const 
 }
 
 void CleanOutput::check(const std::vector<PageRecord>& pages, const std::vector<std::string>& stems,
-                        bool force, const std::function<bool(const std::string&)>& isOurs) const {
-    std::set<std::string> inputs;
+                        bool force, const IsOurs& isOurs) {
+    force_ = force;
+    isOurs_ = isOurs;
     for (const PageRecord& record : pages) {
-        inputs.insert(realName(record.file));
+        inputs_.insert(realName(record.file));
     }
-    const auto refuse = [&](const std::string& place) {
-        std::error_code error;
-        if (!fs::exists(place, error)) {
-            return;
-        }
-        if (inputs.count(realName(place)) != 0) {
-            throw ToolError(ExitCode::output, place, "is one of the inputs, which are never replaced");
-        }
-        if (!force && !isOurs(place)) {
-            throw ToolError(
-                ExitCode::output, place,
-                "exists already; --force replaces it, and --resume goes on after an interrupted run");
-        }
-    };
     if (isBook()) {
-        refuse(name_);
+        const std::string waiting = realName(folder_) + '/';
+        for (const std::string& input : inputs_) {
+            if (input.compare(0, waiting.size(), waiting) == 0) {
+                throw ToolError(ExitCode::output, name_,
+                                "one of the inputs lies in " + folder_ + ", where its pages would wait");
+            }
+        }
+        refuse(name_, nullptr);
     }
     for (std::size_t index = 0; index < pages.size(); ++index) {
         for (const std::string& place : placesFor(pages[index], stems[index])) {
-            refuse(place);
+            refuse(place, &pages[index]);
         }
+    }
+}
+
+void CleanOutput::checkPlace(const std::string& path, const PageRecord& record) const {
+    // The folder of waiting pages is the tool's own.
+    if (!isBook() || isAside(record)) {
+        refuse(path, &record);
+    }
+}
+
+void CleanOutput::refuse(const std::string& place, const PageRecord* record) const {
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(place, error))) {
+        return;
+    }
+    if (inputs_.count(realName(place)) != 0) {
+        throw ToolError(ExitCode::output, place, "is one of the inputs, which are never replaced");
+    }
+    if (!force_ && !(record && isOurs_(place, *record))) {
+        throw ToolError(ExitCode::output, place,
+                        "exists already; --force replaces it, and --resume goes on after an interrupted run");
     }
 }
 
@@ -225,6 +240,19 @@ void CleanOutput::bindPdf(CodecMessages& messages) const {
         pdf.append(coded);
     }
     pdf.finish();
+}
+
+void CleanOutput::discardEarlier() const {
+    std::error_code error;
+    if (!isBook() || !fs::exists(fs::symlink_status(folder_, error))) {
+        return;
+    }
+    const bool ours = fs::is_directory(fs::symlink_status(folder_, error)) &&
+                      (fs::is_empty(folder_, error) || fs::exists(fs::path(folder_) / CleanJournal::name));
+    if (!ours) {
+        throw ToolError(ExitCode::output, folder_, "is in the way, and not the tool's own");
+    }
+    discardWaiting();
 }
 
 void CleanOutput::discardWaiting() const {

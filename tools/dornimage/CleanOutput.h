@@ -6,6 +6,7 @@
 #include "CodecMessages.h"
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -27,10 +28,17 @@ public:
     /// The folder that empty pages are set aside in.
     const std::string& sideFolder() const { return sideFolder_; }
 
+    /// Tells whether the file at a path is what an earlier run made of the same page.
+    using IsOurs = std::function<bool(const std::string& path, const PageRecord& record)>;
+
     /// Throws ToolError (ExitCode::output) when a file stands where a page may go to, unless `force` or
-    /// `isOurs(path)`, and always when it is one of the inputs. Stems as of outputStems.
+    /// `isOurs`, and always when it is one of the inputs. Stems as of outputStems.
     void check(const std::vector<PageRecord>& pages, const std::vector<std::string>& stems, bool force,
-               const std::function<bool(const std::string&)>& isOurs) const;
+               const IsOurs& isOurs);
+
+    /// The same for the one place that a page goes to after all: its record may have named another format
+    /// before the page was read. After `check`; any thread may call it.
+    void checkPlace(const std::string& path, const PageRecord& record) const;
 
     /// The format that a page is to be written in. Its record has to tell the format of its file.
     FREE_IMAGE_FORMAT formatFor(const PageRecord& record, DornImage::Image& image) const;
@@ -48,8 +56,9 @@ public:
     /// Makes the folder of a file. Throws ToolError (ExitCode::output).
     static void makeFolderOf(const std::string& path);
 
-    /// Takes the waiting pages of a book that an earlier run has left away.
-    void discardWaiting() const;
+    /// Takes the waiting pages of a book that an earlier run has left away. Throws ToolError
+    /// (ExitCode::output) when the folder is none of ours.
+    void discardEarlier() const;
 
     /// Takes a page that was written, and tells its record where it goes: to be called in the order of pages.
     void enter(PageRecord& record);
@@ -64,6 +73,8 @@ private:
         std::string page; // its name for people
     };
 
+    void refuse(const std::string& place, const PageRecord* record) const;
+    void discardWaiting() const;
     void bindTiff(CodecMessages& messages) const;
     void bindPdf(CodecMessages& messages) const;
     std::vector<std::string> placesFor(const PageRecord& record, const std::string& stem) const;
@@ -74,6 +85,9 @@ private:
     std::vector<Waiting> waiting_; // pages of a book, in order
     std::string folder_;
     std::string sideFolder_;
+    std::set<std::string> inputs_;
+    bool force_ = false;
+    IsOurs isOurs_;
 };
 
 #endif

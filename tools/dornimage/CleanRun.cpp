@@ -99,10 +99,11 @@ void CleanRun::prepareOutput() {
     if (options_.resume) {
         journal_->read();
     }
-    output_->check(plan_.pages, stems_, options_.force,
-                   [this](const std::string& path) { return journal_->isOurs(path); });
+    output_->check(
+        plan_.pages, stems_, options_.force,
+        [this](const std::string& path, const PageRecord& record) { return journal_->isOurs(path, record); });
     if (!options_.resume && writes()) {
-        output_->discardWaiting();
+        output_->discardEarlier();
     }
 }
 
@@ -213,6 +214,7 @@ void CleanRun::work(std::size_t index, Worker& worker) {
         record.after = thumbnailOf(page.image());
     }
     Interrupt::check();
+    output_->checkPlace(path, record);
     CleanOutput::makeFolderOf(path);
     page.save(path, format, output_->joins() && !output_->isAside(record));
     CleanOutput::makeFolderOf(journal_->path());

@@ -122,7 +122,7 @@ void JsonReader::fail(const std::string& key, const std::string& cause) const {
 ordered_json parsedJson(const std::string& text, const std::string& file) {
     try {
         return ordered_json::parse(text);
-    } catch (const ordered_json::parse_error& error) {
+    } catch (const ordered_json::exception& error) {
         const std::string what = error.what();
         const std::size_t name = what.find("] ");
         throw ToolError(ExitCode::input, file, name == std::string::npos ? what : what.substr(name + 2));

@@ -77,6 +77,9 @@ void OutputFile::fail(const std::string& cause) const {
 }
 
 void copyFile(const std::string& from, const std::string& to) {
+    if (access(from.c_str(), R_OK) != 0) {
+        throw ToolError(ExitCode::input, from, std::strerror(errno));
+    }
     OutputFile file(to);
     std::error_code error;
     if (!fs::copy_file(from, file.path(), error)) {

@@ -32,7 +32,7 @@ private:
     std::filesystem::path folder_;
 };
 
-/// Makes a copy of a file, by way of an OutputFile. Throws ToolError (ExitCode::output).
+/// Makes a copy of a file, by way of an OutputFile. Throws ToolError (ExitCode::input or output).
 void copyFile(const std::string& from, const std::string& to);
 
 #endif

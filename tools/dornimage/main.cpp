@@ -4,6 +4,7 @@
 #include "Text.h"
 #include "VersionText.h"
 
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -89,6 +90,7 @@ int main(int argc, char** argv) {
     if (argc == 2 && std::string_view(argv[1]) == decoderArgument) {
         serveAsDecoder();
     }
+    std::signal(SIGXFSZ, SIG_IGN); // a limit on file sizes is a write that fails, with a message
     try {
         return static_cast<int>(run(argc, argv));
     } catch (const std::bad_alloc&) {
