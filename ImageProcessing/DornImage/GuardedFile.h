@@ -23,7 +23,7 @@ private:
                                           fi_handle handle) {
         GuardedFile& self = of(handle);
         const auto items = static_cast<unsigned>(std::fread(buffer, itemSize, itemCount, self.file));
-        self.guard.note(itemSize != 0 && itemCount != 0, items);
+        self.guard.note(buffer, itemSize, itemCount, items);
         return items;
     }
 

@@ -3,6 +3,8 @@
 
 #include <FreeImage.h>
 
+#include <cstddef>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
 
@@ -16,14 +18,20 @@ namespace DornImage {
 class ReadGuard {
 public:
     /// @param format what the codec reads; any other is not guarded.
-    explicit ReadGuard(FREE_IMAGE_FORMAT format) : mostMisses(mostMissesOf(format)) {}
+    explicit ReadGuard(FREE_IMAGE_FORMAT format)
+        : mostMisses(mostMissesOf(format)), clears(format == FIF_GIF) {}
 
-    /// Tells of one read. Throws std::runtime_error when the codec is to be stopped.
-    /// @param wanted whether the read asked for anything.
-    /// @param items what it got.
-    void note(bool wanted, unsigned items) {
-        if (wanted) {
+    /// Tells of one read, with the arguments of the callback. Throws std::runtime_error when the codec is to
+    /// be stopped.
+    /// @param items what the read got.
+    void note(void* buffer, unsigned itemSize, unsigned itemCount, unsigned items) {
+        if (itemSize != 0 && itemCount != 0) {
             misses = items == 0 ? misses + 1 : 0;
+        }
+        // Else the sides of its pictures are what the buffer happens to hold, up to gigabytes.
+        if (clears && items < itemCount) {
+            std::memset(static_cast<char*>(buffer) + std::size_t{items} * itemSize, 0,
+                        std::size_t{itemCount - items} * itemSize);
         }
         if (misses > mostMisses) {
             throw std::runtime_error("the codec reads behind the end of the file");
@@ -49,6 +57,7 @@ private:
     }
 
     unsigned mostMisses;
+    bool clears;
     unsigned misses = 0;
 };
 

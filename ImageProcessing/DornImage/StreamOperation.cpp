@@ -46,7 +46,7 @@ unsigned DLL_CALLCONV IStream2FileOperation::readProc(void* buffer, unsigned ite
                                                       fi_handle handle) {
     IStream2FileOperation& self = operationOf(handle);
     const unsigned items = self.read(buffer, itemSize, itemCount);
-    self.guard.note(itemSize != 0 && itemCount != 0, items);
+    self.guard.note(buffer, itemSize, itemCount, items);
     return items;
 }
 
