@@ -324,6 +324,10 @@ TEST_F(Clean, HoldsToItsLimits) {
                                HasSubstr("scan2.tif: kept, off by -1.38 degrees -> ")));
     EXPECT_FALSE(fs::exists(scratch / "other"));
     EXPECT_EQ(runTool({"clean", in + "/none*", "--out", out}).exitCode, 3);
+    std::ofstream(scratch / "list") << "\n";
+    EXPECT_EQ(runTool({"clean", std::string("@").append(scratch / "list"), "--out", out}).exitCode, 3);
+    EXPECT_THAT(runTool({"clean", dataFile("depths/palette_alpha.png"), "--out", scratch / "colour"}).err,
+                HasSubstr("its transparency went with its palette"));
     EXPECT_EQ(runTool({"clean", in, "--out", out, "--max-pixels", "-1"}).exitCode, 1);
 }
 
@@ -364,6 +368,44 @@ TEST_F(Clean, GoesOnAfterAnInterruption) {
         }
     }
     EXPECT_EQ(filesIn(scratch / "cut"), filesIn(scratch / "whole"));
+}
+
+// Killed at any moment, a run leaves whole files, and the next one cleans up after it.
+TEST_F(Clean, GoesOnAfterItWasKilled) {
+    const std::string whole = scratch / "whole";
+    EXPECT_EQ(runTool({"clean", in, "--out", whole, "--no-isolate"}).exitCode, 2);
+    const auto files = filesIn(whole);
+    unsigned ended = 0;
+    for (useconds_t wait = 20000; ended < 3 && wait < 60000000; wait += wait / 6) {
+        SCOPED_TRACE(wait);
+        const auto interrupt = [&](pid_t tool) {
+            usleep(wait);
+            kill(tool, SIGKILL);
+        };
+        const ToolRun run = runTool({"clean", in, "--out", out, "--no-isolate", "--force"}, 0, interrupt);
+        ended = run.exitCode == 2 ? ended + 1 : 0;
+        if (!fs::exists(out)) {
+            continue;
+        }
+        for (const auto& [name, content] : filesIn(out)) {
+            const auto found = files.find(name);
+            EXPECT_TRUE(name.find(".dornimage-") != std::string::npos ||
+                        (found != files.end() && found->second == content))
+                << name;
+        }
+        EXPECT_EQ(runTool({"clean", in, "--out", out, "--no-isolate", "--resume"}).exitCode, 2);
+        EXPECT_TRUE(filesIn(out) == files);
+        for (const fs::directory_entry& entry : fs::recursive_directory_iterator(out)) {
+            EXPECT_FALSE(entry.is_directory() && entry.path().filename() != "empty") << entry.path();
+        }
+    }
+    EXPECT_EQ(ended, 3U);
+
+    // What only looks like a left-over stays.
+    fs::create_directory(out + "/.dornimage-backup");
+    std::ofstream(out + "/.dornimage-backup/letter.txt") << "kept";
+    EXPECT_EQ(runTool({"clean", in, "--out", out, "--no-isolate", "--resume"}).exitCode, 2);
+    EXPECT_EQ(contentOf(out + "/.dornimage-backup/letter.txt"), "kept");
 }
 
 TEST_F(Clean, EndsWhenTheDiskIsFull) {

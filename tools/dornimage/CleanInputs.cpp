@@ -95,13 +95,18 @@ private:
         if (!lines) {
             throw ToolError(ExitCode::input, list, "cannot be read");
         }
+        bool isEmpty = true;
         for (std::string line; std::getline(lines, line);) {
             if (!line.empty() && line.back() == '\r') {
                 line.pop_back();
             }
             if (!line.empty()) {
                 add(line, false);
+                isEmpty = false;
             }
+        }
+        if (isEmpty) {
+            throw ToolError(ExitCode::input, list, "there are no names in this list");
         }
     }
 

@@ -3,6 +3,7 @@
 #include "CleanRecordJson.h"
 #include "ExitCode.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -77,7 +78,7 @@ void CleanJournal::take(const std::string& line, ordered_json& settings) {
         settings = entry[versionKey] == version ? entry.value("settings", ordered_json()) : ordered_json();
     } else if (settings.is_object() && entry.contains("stem") && entry["stem"].is_string()) {
         entry["settings"] = settings;
-        done_[entry["stem"].get<std::string>()] = entry;
+        done_[entry["stem"].get<std::string>()].push_back(entry);
     }
 }
 
@@ -91,7 +92,7 @@ bool CleanJournal::restore(PageRecord& record, const std::string& stem, const or
     if (found == done_.end()) {
         return false;
     }
-    const ordered_json& entry = found->second;
+    const ordered_json& entry = found->second.back();
     if (entry["settings"] != settings_ || entry.value("task", ordered_json()) != task ||
         !entry.contains("record")) {
         return false;
@@ -114,19 +115,24 @@ bool CleanJournal::isOurs(const std::string& path, const PageRecord& record) con
     if (found == done_.end()) {
         return false;
     }
-    const auto objectAt = [&](const char* key) {
-        ordered_json value = found->second.value(key, ordered_json());
-        return value.is_object() ? value : ordered_json::object();
-    };
-    const ordered_json task = objectAt("task");
-    return objectAt("record").value("output", ordered_json()) == path &&
-           task.value("file", ordered_json()) == record.file &&
-           task.value("page", ordered_json()) == record.page && objectAt("output") == stateOf(path);
+    const ordered_json state = stateOf(path);
+    // The last one was perhaps killed before its file replaced that of an earlier one.
+    return std::any_of(found->second.begin(), found->second.end(), [&](const ordered_json& entry) {
+        const auto objectAt = [&](const char* key) {
+            ordered_json value = entry.value(key, ordered_json());
+            return value.is_object() ? value : ordered_json::object();
+        };
+        const ordered_json task = objectAt("task");
+        return objectAt("record").value("output", ordered_json()) == path &&
+               task.value("file", ordered_json()) == record.file &&
+               task.value("page", ordered_json()) == record.page && objectAt("output") == state;
+    });
 }
 
-void CleanJournal::add(const PageRecord& record, const std::string& stem, const ordered_json& task) {
+void CleanJournal::add(const PageRecord& record, const std::string& file, const std::string& stem,
+                       const ordered_json& task) {
     const ordered_json entry = {
-        {"stem", stem}, {"task", task}, {"output", stateOf(record.output)}, {"record", reportEntry(record)}};
+        {"stem", stem}, {"task", task}, {"output", stateOf(file)}, {"record", reportEntry(record)}};
     const auto lineOf = [](const ordered_json& value) {
         return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n';
     };

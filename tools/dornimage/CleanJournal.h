@@ -9,10 +9,11 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <vector>
 
 /// What runs have finished: a hidden file beside their outputs, by which a later run goes on where one
-/// stopped. It has a line of JSON for each page, which is written when the page's output is there; a line
-/// that was cut off counts as none.
+/// stopped. It has a line of JSON for each page, which is written when the page's output is whole and just
+/// before it gets its name; a line that was cut off counts as none.
 class CleanJournal {
 public:
     static constexpr char name[] = ".dornimage-clean.jsonl";
@@ -37,7 +38,9 @@ public:
     bool isOurs(const std::string& path, const PageRecord& record) const;
 
     /// Adds a page that is finished. Any thread may call it. Throws ToolError (ExitCode::output).
-    void add(const PageRecord& record, const std::string& stem, const nlohmann::ordered_json& task);
+    /// @param file where its output is now.
+    void add(const PageRecord& record, const std::string& file, const std::string& stem,
+             const nlohmann::ordered_json& task);
 
 private:
     void take(const std::string& line, nlohmann::ordered_json& settings);
@@ -45,7 +48,7 @@ private:
 
     std::string path_;
     nlohmann::ordered_json settings_;
-    std::map<std::string, nlohmann::ordered_json> done_; // by stem
+    std::map<std::string, std::vector<nlohmann::ordered_json>> done_; // by stem
     std::mutex mutex_;
     bool begun_ = false; // this run has written something
 };

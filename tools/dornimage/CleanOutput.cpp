@@ -255,6 +255,15 @@ void CleanOutput::discardEarlier() const {
     discardWaiting();
 }
 
+void CleanOutput::discardAbandoned() const {
+    OutputFile::discardAbandoned(folder_);
+    OutputFile::discardAbandoned(sideFolder_);
+    if (isBook()) {
+        const fs::path parent = fs::path(name_).parent_path();
+        OutputFile::discardAbandoned(parent.empty() ? fs::path(".") : parent);
+    }
+}
+
 void CleanOutput::discardWaiting() const {
     std::error_code ignored;
     if (isBook()) {

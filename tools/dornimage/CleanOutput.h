@@ -60,6 +60,9 @@ public:
     /// (ExitCode::output) when the folder is none of ours.
     void discardEarlier() const;
 
+    /// Takes away what runs that were killed have left beside their outputs.
+    void discardAbandoned() const;
+
     /// Takes a page that was written, and tells its record where it goes: to be called in the order of pages.
     void enter(PageRecord& record);
 

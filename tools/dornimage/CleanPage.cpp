@@ -98,9 +98,13 @@ void CleanPage::normalise() {
     if (settings_.colour) {
         timed(CleanStep::colour, [this] {
             DornImage::ColourLoadAdapter adapter;
+            const bool isTransparent = FreeImage_IsTransparent(image_->getFIBTMAP()) != FALSE;
             if (!DornImage::applyAdapter(&adapter, image_)) {
                 throw ToolError(ExitCode::limits, record_.file,
                                 "its palette cannot be made true colour in the memory at hand");
+            }
+            if (isTransparent && !FreeImage_IsTransparent(image_->getFIBTMAP())) {
+                say("its transparency went with its palette; --no-colour keeps them");
             }
         });
     }
@@ -221,39 +225,45 @@ void CleanPage::scale(FREE_IMAGE_FORMAT format) {
     image_ = scaling.toDpi(image_, settings_.dpi);
 }
 
-void CleanPage::save(const std::string& path, FREE_IMAGE_FORMAT format, bool joinable) {
+void CleanPage::save(const std::string& path, FREE_IMAGE_FORMAT format, bool joinable,
+                     const OutputFile::Whole& whole) {
+    const OutputFile::Whole written = [&](const std::string& file) {
+        record_.output = path;
+        record_.outputWidth = image_->GetWidth();
+        record_.outputHeight = image_->GetHeight();
+        record_.outputDepth = image_->GetBpp();
+        record_.outputDpi = dotsPerInch(FreeImage_GetDotsPerMeterX(image_->getFIBTMAP()));
+        whole(file);
+    };
     timed(CleanStep::save, [&] {
-        if (copyUnchanged(path, format, joinable) || turnFile(path, format)) {
+        if (copyUnchanged(path, format, joinable, written) || turnFile(path, format, written)) {
             return;
         }
         const int orientation = exifOrientation(image_->getFIBTMAP()).value_or(1);
         if (orientation != 1 && !keepsExif(format)) {
             say(orientationLost(orientation));
         }
-        PictureWriter(path, format, saveFlags(format), messages_).writeSingle(*image_);
+        PictureWriter(path, format, saveFlags(format), messages_).writeSingle(*image_, written);
         messages_.take(); // what a codec says about its own file is no news
     });
-    record_.output = path;
-    record_.outputWidth = image_->GetWidth();
-    record_.outputHeight = image_->GetHeight();
-    record_.outputDepth = image_->GetBpp();
-    record_.outputDpi = dotsPerInch(FreeImage_GetDotsPerMeterX(image_->getFIBTMAP()));
 }
 
-bool CleanPage::copyUnchanged(const std::string& path, FREE_IMAGE_FORMAT format, bool joinable) const {
+bool CleanPage::copyUnchanged(const std::string& path, FREE_IMAGE_FORMAT format, bool joinable,
+                              const OutputFile::Whole& whole) const {
     const bool changed = image_.get() != loaded_.get() || marked_;
     if (changed || record_.pageCount != 1 || format != format_ || (joinable && !header_.joinable)) {
         return false;
     }
-    copyFile(record_.file, path);
+    copyFile(record_.file, path, whole);
     return true;
 }
 
 // A JPEG file that only has to be turned upright loses nothing.
-bool CleanPage::turnFile(const std::string& path, FREE_IMAGE_FORMAT format) const {
+bool CleanPage::turnFile(const std::string& path, FREE_IMAGE_FORMAT format,
+                         const OutputFile::Whole& whole) const {
     const bool onlyTurned = image_.get() == upright_.get() && record_.orientation != 1;
     return onlyTurned && format_ == FIF_JPEG && format == FIF_JPEG &&
-           turnJpegFile(record_.file, path, jpegOperationFor(record_.orientation), true);
+           turnJpegFile(record_.file, path, jpegOperationFor(record_.orientation), true, whole);
 }
 
 int CleanPage::saveFlags(FREE_IMAGE_FORMAT format) const {

@@ -3,6 +3,7 @@
 
 #include "CleanRecord.h"
 #include "CleanSettings.h"
+#include "OutputFile.h"
 #include "PageHeader.h"
 #include "Source.h"
 
@@ -47,7 +48,10 @@ public:
     /// Writes the page. One that no step has changed is copied with its file where that has one page and the
     /// format stays.
     /// @param joinable the file is to be read by TiffJoiner.
-    void save(const std::string& path, FREE_IMAGE_FORMAT format, bool joinable);
+    /// @param whole is told of the file before it stands at `path`, when the record is complete but for the
+    /// time that this step takes.
+    void save(const std::string& path, FREE_IMAGE_FORMAT format, bool joinable,
+              const OutputFile::Whole& whole);
 
     DornImage::Image& image() const { return *image_; }
 
@@ -62,8 +66,9 @@ private:
     void measureSkewOf(const Reference& grey);
     void fit(FREE_IMAGE_FORMAT format);
     void scale(FREE_IMAGE_FORMAT format);
-    bool copyUnchanged(const std::string& path, FREE_IMAGE_FORMAT format, bool joinable) const;
-    bool turnFile(const std::string& path, FREE_IMAGE_FORMAT format) const;
+    bool copyUnchanged(const std::string& path, FREE_IMAGE_FORMAT format, bool joinable,
+                       const OutputFile::Whole& whole) const;
+    bool turnFile(const std::string& path, FREE_IMAGE_FORMAT format, const OutputFile::Whole& whole) const;
     int saveFlags(FREE_IMAGE_FORMAT format) const;
     void say(const std::string& message);
 

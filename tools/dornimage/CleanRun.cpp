@@ -102,7 +102,9 @@ void CleanRun::prepareOutput() {
     output_->check(
         plan_.pages, stems_, options_.force,
         [this](const std::string& path, const PageRecord& record) { return journal_->isOurs(path, record); });
-    if (!options_.resume && writes()) {
+    if (writes() && options_.resume) {
+        output_->discardAbandoned();
+    } else if (writes()) {
         output_->discardEarlier();
     }
 }
@@ -216,14 +218,17 @@ void CleanRun::work(std::size_t index, Worker& worker) {
     Interrupt::check();
     output_->checkPlace(path, record);
     CleanOutput::makeFolderOf(path);
-    page.save(path, format, output_->joins() && !output_->isAside(record));
     CleanOutput::makeFolderOf(journal_->path());
-    journal_->add(record, stems_[index], task);
+    // Should the process be killed at the very moment, then a line tells of a file that isn't there, and the
+    // page is made again. The other way round, the next run would find a file that it knows nothing of.
+    page.save(path, format, output_->joins() && !output_->isAside(record),
+              [&](const std::string& file) { journal_->add(record, file, stems_[index], task); });
 }
 
 void CleanRun::fail(std::size_t index, ExitCode code, const std::string& cause) {
     plan_.pages[index].fate = PageFate::failed;
     plan_.pages[index].reason = cause;
+    plan_.pages[index].output.clear();
     causes_[index] = code;
 }
 

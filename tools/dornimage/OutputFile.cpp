@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -22,6 +23,43 @@ bool bringToDisk(const fs::path& file) {
     close(descriptor);
     errno = reason;
     return synced;
+}
+
+constexpr char folderStem[] = ".dornimage-";
+constexpr char folderEnd[] = "XXXXXX";
+constexpr char outputName[] = "output";
+constexpr char scratchName[] = "scratch"; // codecs add endings to it
+
+// A lock on a folder, which goes with the process; -1 when there is none to be had.
+int lockFolder(const fs::path& folder, bool waits) {
+    const int lock = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (lock >= 0 && flock(lock, waits ? LOCK_EX : LOCK_EX | LOCK_NB) != 0) {
+        close(lock);
+        return -1;
+    }
+    return lock;
+}
+
+bool startsWith(const std::string& text, const std::string& start) {
+    return text.compare(0, start.size(), start) == 0;
+}
+
+bool isNameOfOurs(const std::string& folderName) {
+    return folderName.size() == std::strlen(folderStem) + std::strlen(folderEnd) &&
+           startsWith(folderName, folderStem);
+}
+
+bool holdsOnlyOurs(const fs::path& folder) {
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        std::error_code unknown;
+        if (!fs::is_regular_file(entry->symlink_status(unknown)) ||
+            !(startsWith(name, outputName) || startsWith(name, scratchName))) {
+            return false;
+        }
+    }
+    return !error;
 }
 
 } // namespace
@@ -42,19 +80,57 @@ OutputFile::OutputFile(std::string target) : name_(std::move(target)), target_(n
         fail("is not a regular file");
     }
     const fs::path parent = target_.has_parent_path() ? target_.parent_path() : fs::path(".");
-    std::string pattern = (parent / ".dornimage-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) {
-        fail("cannot write in folder " + parent.string() + ": " + std::strerror(errno));
-    }
-    folder_ = pattern;
+    do {
+        release();
+        std::string pattern = (parent / (std::string(folderStem) + folderEnd)).string();
+        if (!mkdtemp(pattern.data())) {
+            fail("cannot write in folder " + parent.string() + ": " + std::strerror(errno));
+        }
+        folder_ = pattern;
+        lock_ = lockFolder(folder_, true);
+        // Before it was locked, another process may have taken the folder for an abandoned one.
+    } while (!fs::exists(folder_, error));
 }
 
 OutputFile::~OutputFile() {
     std::error_code ignored;
     fs::remove_all(folder_, ignored);
+    release();
 }
 
-void OutputFile::commit() {
+void OutputFile::release() {
+    if (lock_ >= 0) {
+        close(lock_);
+        lock_ = -1;
+    }
+}
+
+void OutputFile::discardAbandoned(const fs::path& folder) {
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        if (!isNameOfOurs(entry->path().filename().string())) {
+            continue;
+        }
+        const int lock = lockFolder(entry->path(), false);
+        if (lock >= 0) {
+            std::error_code ignored;
+            if (holdsOnlyOurs(entry->path())) {
+                fs::remove_all(entry->path(), ignored);
+            }
+            close(lock);
+        }
+    }
+}
+
+std::string OutputFile::path() const {
+    return (folder_ / outputName).string();
+}
+
+std::string OutputFile::scratchPath() const {
+    return (folder_ / scratchName).string();
+}
+
+void OutputFile::commit(const Whole& whole) {
     const fs::path written = path();
     if (!bringToDisk(written)) {
         fail(std::strerror(errno));
@@ -66,6 +142,9 @@ void OutputFile::commit() {
             fail(error.message());
         }
     }
+    if (whole) {
+        whole(written.string());
+    }
     fs::rename(written, target_, error);
     if (error) {
         fail(error.message());
@@ -76,7 +155,7 @@ void OutputFile::fail(const std::string& cause) const {
     throw ToolError(ExitCode::output, name_, cause);
 }
 
-void copyFile(const std::string& from, const std::string& to) {
+void copyFile(const std::string& from, const std::string& to, const OutputFile::Whole& whole) {
     if (access(from.c_str(), R_OK) != 0) {
         throw ToolError(ExitCode::input, from, std::strerror(errno));
     }
@@ -85,5 +164,5 @@ void copyFile(const std::string& from, const std::string& to) {
     if (!fs::copy_file(from, file.path(), error)) {
         throw ToolError(ExitCode::output, to, error.message());
     }
-    file.commit();
+    file.commit(whole);
 }

@@ -134,7 +134,8 @@ void PictureWriter::checkHolds(FIBITMAP* bitmap) const {
          (held.empty() ? "" : ", only " + held) + "; see --to");
 }
 
-void PictureWriter::writeWhole(const std::function<bool(FreeImageIO&, fi_handle)>& save) {
+void PictureWriter::writeWhole(const std::function<bool(FreeImageIO&, fi_handle)>& save,
+                               const OutputFile::Whole& whole) {
     CheckedFile opened(file_->path());
     if (!opened.isOpen()) {
         fail(std::strerror(errno));
@@ -149,17 +150,19 @@ void PictureWriter::writeWhole(const std::function<bool(FreeImageIO&, fi_handle)
     if (!saved) {
         fail(codecRefusal());
     }
-    file_->commit();
+    file_->commit(whole);
 }
 
-void PictureWriter::writeSingle(DornImage::Image& image) {
+void PictureWriter::writeSingle(DornImage::Image& image, const OutputFile::Whole& whole) {
     FIBITMAP* const bitmap = image.getFIBTMAP();
     checkHolds(bitmap);
     file_ = std::make_unique<OutputFile>(name_);
     const int flags = flags_.value_or(defaultFlags(format_, image.GetBpp()));
-    writeWhole([&](FreeImageIO& io, fi_handle handle) {
-        return FreeImage_SaveToHandle(format_, bitmap, &io, handle, flags) != FALSE;
-    });
+    writeWhole(
+        [&](FreeImageIO& io, fi_handle handle) {
+            return FreeImage_SaveToHandle(format_, bitmap, &io, handle, flags) != FALSE;
+        },
+        whole);
 }
 
 void PictureWriter::append(DornImage::Image& image) {

@@ -37,7 +37,7 @@ public:
     void checkHolds(FIBITMAP* bitmap) const;
 
     /// Writes the only page.
-    void writeSingle(DornImage::Image& image);
+    void writeSingle(DornImage::Image& image, const OutputFile::Whole& whole = {});
 
     /// Adds a page to a file of several.
     void append(DornImage::Image& image);
@@ -50,7 +50,8 @@ private:
         void operator()(FIMULTIBITMAP* pages) const;
     };
 
-    void writeWhole(const std::function<bool(FreeImageIO&, fi_handle)>& save);
+    void writeWhole(const std::function<bool(FreeImageIO&, fi_handle)>& save,
+                    const OutputFile::Whole& whole = {});
     std::string codecRefusal();
     [[noreturn]] void fail(const std::string& cause) const;
 

@@ -111,12 +111,12 @@ DornImage::JpegOperation jpegOperationFor(int orientation) {
 }
 
 bool turnJpegFile(const std::string& input, const std::string& output, DornImage::JpegOperation operation,
-                  bool markUpright) {
+                  bool markUpright, const OutputFile::Whole& whole) {
     OutputFile file(output);
     using DornImage::JpegTransformed;
     switch (DornImage::transformJpegFile(input, file.path(), operation, markUpright)) {
     case JpegTransformed::done:
-        file.commit();
+        file.commit(whole);
         return true;
     case JpegTransformed::refused:
         return false;

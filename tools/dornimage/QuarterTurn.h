@@ -1,6 +1,7 @@
 #ifndef DORNIMAGE_TOOLS_DORNIMAGE_QUARTERTURN_H
 #define DORNIMAGE_TOOLS_DORNIMAGE_QUARTERTURN_H
 
+#include "OutputFile.h"
 #include "PlainColours.h"
 
 #include "ImageProcessing/DornImage/DornImage.h"
@@ -37,9 +38,10 @@ DornImage::JpegOperation jpegOperationFor(int orientation);
 
 /// Turns a JPEG file as it is, all its markers kept. The operation is applied to what is stored.
 /// @param markUpright makes its EXIF orientation 1.
+/// @param whole as of OutputFile.
 /// @return false, with no output, when that would lose something: the size isn't one of whole blocks.
 /// Throws ToolError (ExitCode::input or output).
 bool turnJpegFile(const std::string& input, const std::string& output, DornImage::JpegOperation operation,
-                  bool markUpright);
+                  bool markUpright, const OutputFile::Whole& whole = {});
 
 #endif
