@@ -370,20 +370,22 @@ TEST_F(Clean, GoesOnAfterAnInterruption) {
     EXPECT_EQ(filesIn(scratch / "cut"), filesIn(scratch / "whole"));
 }
 
-// Killed at any moment, a run leaves whole files, and the next one cleans up after it.
+// Killed or interrupted at any moment, a run leaves whole files, and the next one cleans up after it.
 TEST_F(Clean, GoesOnAfterItWasKilled) {
     const std::string whole = scratch / "whole";
     EXPECT_EQ(runTool({"clean", in, "--out", whole, "--no-isolate"}).exitCode, 2);
     const auto files = filesIn(whole);
     unsigned ended = 0;
+    int signal = SIGKILL;
     for (useconds_t wait = 20000; ended < 3 && wait < 60000000; wait += wait / 6) {
         SCOPED_TRACE(wait);
         const auto interrupt = [&](pid_t tool) {
             usleep(wait);
-            kill(tool, SIGKILL);
+            kill(tool, signal);
         };
         const ToolRun run = runTool({"clean", in, "--out", out, "--no-isolate", "--force"}, 0, interrupt);
         ended = run.exitCode == 2 ? ended + 1 : 0;
+        signal = signal == SIGKILL ? SIGINT : SIGKILL;
         if (!fs::exists(out)) {
             continue;
         }
