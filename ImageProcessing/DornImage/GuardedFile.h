@@ -3,7 +3,10 @@
 
 #include "ImageProcessing/DornImage/ReadGuard.h"
 
+#include <cstdint>
 #include <cstdio>
+
+#include <sys/stat.h>
 
 namespace DornImage {
 
@@ -31,7 +34,16 @@ private:
         return std::fseek(of(handle).file, offset, origin);
     }
 
-    static long DLL_CALLCONV tellProc(fi_handle handle) { return std::ftell(of(handle).file); }
+    static long DLL_CALLCONV tellProc(fi_handle handle) {
+        const GuardedFile& self = of(handle);
+        const long position = std::ftell(self.file);
+        struct stat status {};
+        if (self.guard.wantsPosition() && position >= 0 && fstat(fileno(self.file), &status) == 0) {
+            self.guard.notePosition(static_cast<std::uint64_t>(position),
+                                    static_cast<std::uint64_t>(status.st_size));
+        }
+        return position;
+    }
 
     std::FILE* file;
     ReadGuard guard;

@@ -4,6 +4,7 @@
 #include <FreeImage.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
@@ -19,7 +20,7 @@ class ReadGuard {
 public:
     /// @param format what the codec reads; any other is not guarded.
     explicit ReadGuard(FREE_IMAGE_FORMAT format)
-        : mostMisses(mostMissesOf(format)), clears(format == FIF_GIF) {}
+        : mostMisses(mostMissesOf(format)), clears(format == FIF_GIF), isTarga(format == FIF_TARGA) {}
 
     /// Tells of one read, with the arguments of the callback. Throws std::runtime_error when the codec is to
     /// be stopped.
@@ -35,6 +36,18 @@ public:
         }
         if (misses > mostMisses) {
             throw std::runtime_error("the codec reads behind the end of the file");
+        }
+    }
+
+    /// Whether notePosition has to be told.
+    bool wantsPosition() const { return isTarga; }
+
+    /// Tells of a position that the codec has asked for.
+    /// @param size of the file. The codec of Targa counts the bytes from here to the end, and when that is
+    ///        less than nothing, it delivers a picture that it has given back to the memory.
+    void notePosition(std::uint64_t position, std::uint64_t size) const {
+        if (isTarga && position > size) {
+            throw "the pixels lie behind the end of the file"; // the codec's own kind: it cleans up
         }
     }
 
@@ -58,6 +71,7 @@ private:
 
     unsigned mostMisses;
     bool clears;
+    bool isTarga;
     unsigned misses = 0;
 };
 

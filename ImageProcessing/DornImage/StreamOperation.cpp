@@ -88,7 +88,9 @@ int DLL_CALLCONV IStream2FileOperation::seekProc(fi_handle handle, long offset, 
 }
 
 long DLL_CALLCONV IStream2FileOperation::tellProc(fi_handle handle) {
-    return static_cast<long>(operationOf(handle).position);
+    const IStream2FileOperation& self = operationOf(handle);
+    self.guard.notePosition(self.position, self.size);
+    return static_cast<long>(self.position);
 }
 
 bool IStream2FileOperation::seekToPosition() {

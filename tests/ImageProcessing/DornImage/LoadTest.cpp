@@ -1,6 +1,7 @@
 #include "ImageProcessing/DornImage/DornImage.h"
 #include "LogLines.h"
 #include "ScriptedCodec.h"
+#include "platform/MemoryStream.h"
 #include "tests/KnownLeak.h"
 #include "tests/ScratchDirectory.h"
 
@@ -149,6 +150,18 @@ TEST_F(LoadTest, RecordGetsWhatTheCodecSaysOfDamagedFiles) {
     EXPECT_EQ(FreeImage_LoadFile(FIF_PNG, "missing", record), nullptr);
     EXPECT_THAT(messages(record), ElementsAre("PNG: FreeImage_Load: failed to open file missing"));
     EXPECT_EQ(FreeImage_LoadFile(FIF_PNG, Velmora::u8string(1000, 'x'), record), nullptr) << "must survive";
+}
+
+// Its codec would deliver a picture that is gone.
+TEST_F(LoadTest, TargaPixelsBehindTheEndAreNone) {
+    const Velmora::u8string name = testData("damaged/pixels_behind_the_end.tga");
+    EXPECT_EQ(FreeImage_LoadFile(FIF_TARGA, name, record), nullptr);
+    const std::string bytes = dorntest::readFile(std::string(name));
+    IStream* const stream = dornplatform::borrowMemoryStream(bytes.data(), bytes.size());
+    EXPECT_EQ(FreeImage_LoadFile(FIF_TARGA, stream, record), nullptr);
+    EXPECT_EQ(stream->Release(), 0U);
+    EXPECT_THAT(messages(record), testing::Each("TARGA: the pixels lie behind the end of the file"));
+    EXPECT_EQ(messages(record).size(), 2U);
 }
 
 // Their codecs would look for the rest for ever.
