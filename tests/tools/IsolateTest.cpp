@@ -188,6 +188,22 @@ TEST(Isolate, TheToolAnswersTheSame) {
     EXPECT_EQ(runTool({"info", "--decode-seconds", "5", files[0]}).exitCode, 1); // not without --isolate
 }
 
+// What has shown a fault of a codec, without the bytes that tell the fuzz target what to do with it.
+TEST(Isolate, FindingsInCodecsAreFilesThatCannotBeRead) {
+    const ScratchFolder scratch;
+    unsigned count = 0;
+    for (const fs::directory_entry& finding : fs::directory_iterator(DORN_FINDINGS "/load")) {
+        SCOPED_TRACE(finding.path());
+        const std::string file = scratch / finding.path().filename().string();
+        std::ofstream(file, std::ios::binary) << contentOf(finding.path()).substr(25);
+        const ToolRun run = runTool({"info", "--isolate", file});
+        EXPECT_EQ(run.exitCode, 3);
+        EXPECT_THAT(run.err, testing::MatchesRegex("dornimage: .*(cannot be read|not a picture).*\n"));
+        ++count;
+    }
+    EXPECT_GE(count, 4U);
+}
+
 TEST(Isolate, WhateverBecomesOfTheDecoderIsAFileThatCannotBeRead) {
     const std::size_t descriptors = openDescriptors();
     const ScratchFolder scratch;
