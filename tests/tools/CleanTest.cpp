@@ -258,7 +258,14 @@ TEST_F(Clean, SaysWhatIsWrongWithAPlan) {
                 HasSubstr("pages[0].fate: not one of kept, unsure, empty, failed"));
     EXPECT_THAT(edited("/pages/0/turn", 2), HasSubstr("pages[0].turn: there is no such key"));
     EXPECT_THAT(edited("/pages/0/file", nullptr), HasSubstr("pages[0].file: not a text"));
+    EXPECT_THAT(edited("/pages/0/file", std::string("a\0b", 3)),
+                HasSubstr("pages[0].file: not the name of a file"));
     EXPECT_THAT(edited("/pages/1", 7), HasSubstr("pages[1]: not a JSON object"));
+    json manyKeys;
+    for (int key = 0; key <= 1000; ++key) {
+        manyKeys[std::to_string(key)] = key;
+    }
+    EXPECT_THAT(edited("/settings", manyKeys), HasSubstr("an object of too many keys"));
     EXPECT_THAT(edited("/settings/format", "cakes"),
                 HasSubstr("settings.format: there is no format \"cakes\""));
     EXPECT_THAT(edited("/settings/dpi", 0.5), HasSubstr("settings.dpi: "));
@@ -267,7 +274,7 @@ TEST_F(Clean, SaysWhatIsWrongWithAPlan) {
     EXPECT_THAT(applied("[]"), HasSubstr("plan.json: not a JSON object"));
     EXPECT_THAT(applied("{\"pages\": []}"), HasSubstr("not a plan"));
     EXPECT_THAT(applied(good.dump().substr(0, 200)), HasSubstr("line 1, column 201"));
-    EXPECT_THAT(applied(std::string(100000, '[')), HasSubstr("line 1"));
+    EXPECT_THAT(applied(std::string(100000, '[')), HasSubstr("nested too deeply"));
 }
 
 TEST_F(Clean, ReplacesNothingThatIsNotItsOwn) {

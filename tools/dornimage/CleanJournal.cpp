@@ -63,22 +63,22 @@ CleanJournal::CleanJournal(const std::string& folder, const CleanSettings& setti
 
 void CleanJournal::read() {
     std::istringstream lines(contentOfRegular(path_));
-    ordered_json settings; // of the run that wrote the line
+    std::optional<bool> ours;
     for (std::string line; std::getline(lines, line);) {
-        take(line, settings);
+        take(line, ours);
     }
 }
 
-void CleanJournal::take(const std::string& line, ordered_json& settings) {
-    ordered_json entry = ordered_json::parse(line, nullptr, false);
-    if (!entry.is_object()) {
-        return;
-    }
+void CleanJournal::take(const std::string& line, std::optional<bool>& ours) {
+    ordered_json entry = jsonObject(line); // null for a line that was cut off
     if (entry.contains(versionKey)) {
-        settings = entry[versionKey] == version ? entry.value("settings", ordered_json()) : ordered_json();
-    } else if (settings.is_object() && entry.contains("stem") && entry["stem"].is_string()) {
-        entry["settings"] = settings;
-        done_[entry["stem"].get<std::string>()].push_back(entry);
+        ours.reset();
+        if (entry[versionKey] == version && entry.contains("settings") && entry["settings"].is_object()) {
+            ours = entry["settings"] == settings_;
+        }
+    } else if (ours && entry.contains("stem") && entry["stem"].is_string()) {
+        const auto stem = entry["stem"].get<std::string>();
+        done_[stem].push_back({std::move(entry), *ours});
     }
 }
 
@@ -92,9 +92,8 @@ bool CleanJournal::restore(PageRecord& record, const std::string& stem, const or
     if (found == done_.end()) {
         return false;
     }
-    const ordered_json& entry = found->second.back();
-    if (entry["settings"] != settings_ || entry.value("task", ordered_json()) != task ||
-        !entry.contains("record")) {
+    const auto& [entry, hasOurSettings] = found->second.back();
+    if (!hasOurSettings || entry.value("task", ordered_json()) != task || !entry.contains("record")) {
         return false;
     }
     try {
@@ -117,9 +116,9 @@ bool CleanJournal::isOurs(const std::string& path, const PageRecord& record) con
     }
     const ordered_json state = stateOf(path);
     // The last one was perhaps killed before its file replaced that of an earlier one.
-    return std::any_of(found->second.begin(), found->second.end(), [&](const ordered_json& entry) {
+    return std::any_of(found->second.begin(), found->second.end(), [&](const Entry& entry) {
         const auto objectAt = [&](const char* key) {
-            ordered_json value = entry.value(key, ordered_json());
+            ordered_json value = entry.json.value(key, ordered_json());
             return value.is_object() ? value : ordered_json::object();
         };
         const ordered_json task = objectAt("task");

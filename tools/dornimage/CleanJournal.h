@@ -8,6 +8,7 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,12 +44,19 @@ public:
              const nlohmann::ordered_json& task);
 
 private:
-    void take(const std::string& line, nlohmann::ordered_json& settings);
+    // A page that is finished.
+    struct Entry {
+        nlohmann::ordered_json json;
+        bool hasOurSettings;
+    };
+
+    // `ours`: whether the lines from here on have our settings; none for those that can't be read.
+    void take(const std::string& line, std::optional<bool>& ours);
     void append(const std::string& text);
 
     std::string path_;
     nlohmann::ordered_json settings_;
-    std::map<std::string, std::vector<nlohmann::ordered_json>> done_; // by stem
+    std::map<std::string, std::vector<Entry>> done_; // by stem
     std::mutex mutex_;
     bool begun_ = false; // this run has written something
 };

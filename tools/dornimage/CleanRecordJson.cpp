@@ -72,7 +72,8 @@ ordered_json reportEntry(const PageRecord& record) {
 PageRecord recordFrom(JsonReader json) {
     PageRecord record;
     record.file = json.text("file", "");
-    if (record.file.empty()) {
+    // The system would end it at a NUL: two pages could then have one output.
+    if (record.file.empty() || record.file.find('\0') != std::string::npos) {
         json.fail("file", "not the name of a file");
     }
     record.page = json.whole("page", 1, 1, mostPixels);

@@ -5,10 +5,38 @@
 
 #include <algorithm>
 #include <sstream>
+#include <stdexcept>
 
 using nlohmann::ordered_json;
 
 namespace {
+
+// Looks on while a text is read, and throws std::length_error for more than any file of ours has. Each key is
+// compared with those before it, and copies of a value go as deep as it does: a crafted file would take
+// hours, or all of the stack.
+class Limits {
+public:
+    bool operator()(int depth, ordered_json::parse_event_t event, const ordered_json&) {
+        using Event = ordered_json::parse_event_t;
+        if (depth > deepest) {
+            throw std::length_error("nested too deeply");
+        }
+        if (event == Event::object_start) {
+            keys_.push_back(0);
+        } else if (event == Event::object_end) {
+            keys_.pop_back();
+        } else if (event == Event::key && ++keys_.back() > mostKeys) {
+            throw std::length_error("an object of too many keys");
+        }
+        return true;
+    }
+
+private:
+    static constexpr int deepest = 20;
+    static constexpr int mostKeys = 1000;
+
+    std::vector<int> keys_; // of the objects that are open
+};
 
 std::string shown(double number) {
     std::ostringstream text;
@@ -121,10 +149,23 @@ void JsonReader::fail(const std::string& key, const std::string& cause) const {
 
 ordered_json parsedJson(const std::string& text, const std::string& file) {
     try {
-        return ordered_json::parse(text);
+        return ordered_json::parse(text, Limits());
     } catch (const ordered_json::exception& error) {
         const std::string what = error.what();
         const std::size_t name = what.find("] ");
         throw ToolError(ExitCode::input, file, name == std::string::npos ? what : what.substr(name + 2));
+    } catch (const std::length_error& error) {
+        throw ToolError(ExitCode::input, file, error.what());
     }
+}
+
+ordered_json jsonObject(const std::string& text) {
+    try {
+        if (ordered_json value = ordered_json::parse(text, Limits(), false); value.is_object()) {
+            return value;
+        }
+    } catch (const std::length_error&) {
+        // as if it were none
+    }
+    return nullptr;
 }

@@ -54,7 +54,11 @@ private:
     std::set<std::string> asked_;
 };
 
-/// The JSON value in a text. Throws ToolError (ExitCode::input) with line and column in the name of `file`.
+/// The JSON value in a text. Throws ToolError (ExitCode::input) in the name of `file`: with line and column
+/// where the text is none, and for values that are nested too deeply or objects of too many keys.
 nlohmann::ordered_json parsedJson(const std::string& text, const std::string& file);
+
+/// The JSON object in a text; null when there is none, or parsedJson would refuse it.
+nlohmann::ordered_json jsonObject(const std::string& text);
 
 #endif
