@@ -11,8 +11,11 @@ enum class Kind {
     none,
     allocation, // operator new, but for that in FreeImage, which doesn't look at what it gets; malloc of this
                 // library
-    bitmap,     // FreeImage functions that make a bitmap
+    codec,      // FreeImage functions that have a failure value, called by our code
     open,       // files and folders, opened and made
+    diskFull,   // what is written to files or brought to the disk: ENOSPC,
+    diskBroken, // EIO,
+    cutWrite,   // or only the first half of it is written
 };
 
 // From now on the `n`-th call of that kind fails, counted from 1, and no other.

@@ -1,25 +1,18 @@
-// What becomes of an operation when memory, a file or room on the disk is missing at any one point of it: it
-// answers with its own failure value or an exception, or does its work in full; nothing is lost or left
+// What becomes of an operation when memory, a file, room on the disk or the codec fails it at any one point:
+// it answers with its own failure value or an exception, or does its work in full; nothing is lost or left
 // behind, and it works again right after.
 
-#include "Faults.h"
+#include "FaultTest.h"
 #include "ImageProcessing/DornImage/DornImage.h"
 #include "tests/ImageProcessing/DornImage/ListModel.h"
-#include "tests/KnownLeak.h"
-#include "tests/ScratchDirectory.h"
 
 #include <csignal>
-#include <gtest/gtest.h>
-#include <optional>
 
 #include <sys/resource.h>
 
 using namespace DornImage;
 
 namespace {
-
-// A number for what an operation made, nothing when it failed.
-using Outcome = std::optional<std::uint64_t>;
 
 // Makes no use of memory, so that looking at a picture can't fail.
 std::uint64_t pixelsOf(FIBITMAP* bitmap) {
@@ -39,16 +32,14 @@ struct ReleaseStream {
 };
 using StreamHolder = std::unique_ptr<IStream, ReleaseStream>;
 
-Outcome outcomeOf(FIBITMAP* bitmap) {
+std::optional<std::uint64_t> outcomeOf(FIBITMAP* bitmap) {
     const FIBitmapPtr holder(bitmap);
-    return bitmap ? Outcome(pixelsOf(bitmap)) : std::nullopt;
+    return bitmap ? std::optional(pixelsOf(bitmap)) : std::nullopt;
 }
 
-class Faults : public testing::Test {
+class Faults : public faults::FaultTest {
 protected:
     Faults() {
-        std::filesystem::create_directory(temporary);
-        setenv("TMPDIR", temporary.c_str(), 1);
         std::signal(SIGXFSZ, SIG_IGN);
         dornutils::getSystemLogFormater(); // makes its object once, to stay
         std::size_t at = 0;
@@ -60,47 +51,6 @@ protected:
             files[at++].format = format;
         }
     }
-    ~Faults() override { unsetenv("TMPDIR"); }
-
-    using Operation = std::function<Outcome()>;
-
-    // Without a fault there is a result, always the same.
-    static std::uint64_t undisturbed(const Operation& operation) {
-        const Outcome outcome = operation();
-        EXPECT_TRUE(outcome.has_value());
-        return outcome.value_or(0);
-    }
-
-    // Without memory, by whichever way it is asked for.
-    void failEach(const Operation& operation) {
-        failEach(faults::Kind::allocation, operation);
-        failEach(faults::Kind::bitmap, operation);
-    }
-
-    // Lets each call of the kind fail in turn, until there are no more.
-    void failEach(faults::Kind kind, const Operation& operation) {
-        const std::uint64_t expected = undisturbed(operation);
-        undisturbed(operation); // what is set up once is there now
-        bool hasFailed = true;
-        for (unsigned n = 1; hasFailed && n < 20000 && !HasFailure(); ++n) {
-            SCOPED_TRACE("call " + std::to_string(n));
-            Outcome outcome;
-            faults::arm(kind, n);
-            try {
-                outcome = operation();
-            } catch (const std::bad_alloc&) {
-                outcome.reset();
-            }
-            hasFailed = faults::disarm();
-            EXPECT_EQ(faults::leaks(), "");
-            EXPECT_EQ(outcome.value_or(expected), expected) << "half of it";
-            EXPECT_TRUE(hasFailed || outcome);
-            // A folder that can't be opened can't be emptied either.
-            EXPECT_TRUE(kind == faults::Kind::open || std::filesystem::is_empty(temporary)) << "left behind";
-            EXPECT_EQ(undisturbed(operation), expected);
-        }
-    }
-
     static Outcome pictureOf(bool made, const ImageRef& result) {
         return made ? Outcome(pixelsOf(result->getFIBTMAP())) : std::nullopt;
     }
@@ -156,8 +106,6 @@ protected:
         std::string bytes;
     };
 
-    const dorntest::ScratchDirectory folder;
-    const std::string temporary = (folder / "tmp").string();
     const Velmora::u8string saved = (folder / "saved").string();
     const ImageRef colour = colourPage(40, 36);
     const ImageRef grey = newPage(pageKinds[2], 40, 36);
@@ -180,6 +128,16 @@ TEST_F(Faults, LoadsWithoutMemoryOrFiles) {
             return outcomeOf(FreeImage_LoadFile(file.format, stream.get(), exception));
         });
     }
+}
+
+TEST_F(Faults, LoadsOfResourcesWithoutMemory) {
+    const File& png = files[0];
+    ASSERT_TRUE(dornplatform::registerResource(nullptr, L"PNG", L"page", png.bytes.data(), png.bytes.size()));
+    failEach([] {
+        VelmoraException exception;
+        return outcomeOf(FreeImage_LoadFromResource(FIF_PNG, nullptr, L"PNG", L"page", exception));
+    });
+    EXPECT_TRUE(dornplatform::unregisterResource(nullptr, L"PNG", L"page"));
 }
 
 TEST_F(Faults, OperationsWithoutMemory) {
@@ -208,6 +166,10 @@ TEST_F(Faults, OperationsWithoutMemory) {
         // An empty image, with true, is its failure value.
         return colour->RotateEx(7.5, 20, 18, r) && r->getFIBTMAP();
     });
+    fail("tag", [&](ImageRef& r) {
+        return colour->GetClone(r) &&
+               FreeImage_SetTagValue(FIMD_EXIF_MAIN, r->getFIBTMAP(), "Orientation", 3);
+    });
     fail("smooth", [&](ImageRef& r) { return colour->GetSmoothed(r, 5, 1.0F); });
     failEach([&]() -> Outcome {
         const std::unique_ptr<void, decltype(&GlobalFree)> dib(dibOf(*colour), GlobalFree);
@@ -225,16 +187,22 @@ TEST_F(Faults, AnalysisWithoutMemory) {
     });
 }
 
-TEST_F(Faults, ListsWithoutMemoryOrFiles) {
-    failEach([&] { return spillAndReload(); });
-    failEach(faults::Kind::open, [&] { return spillAndReload(); });
+TEST_F(Faults, ListsWithoutMemoryOrFilesOrDisk) {
+    const auto operation = [&] { return spillAndReload(); };
+    failEach(operation);
+    failEach(faults::Kind::open, operation);
+    failEachWrite(operation);
 }
 
-TEST_F(Faults, SavesWithoutMemoryOrFiles) {
-    for (const auto format : {FIF_PNG, FIF_JPEG, FIF_TIFF, FIF_BMP}) {
-        SCOPED_TRACE(FreeImage_GetFormatFromFIF(format));
-        failEach([&] { return save(*colour, format); });
-        failEach(faults::Kind::open, [&] { return save(*colour, format); });
+// The codec of JPEG loses memory when a write fails.
+TEST_F(Faults, SavesWithoutMemoryOrFilesOrDisk) {
+    for (const File& file : files) {
+        SCOPED_TRACE(FreeImage_GetFormatFromFIF(file.format));
+        Image& picture = file.format == FIF_GIF ? *grey : *colour;
+        const auto operation = [&] { return save(picture, file.format); };
+        failEach(operation);
+        failEach(faults::Kind::open, operation);
+        failEachWrite(operation, file.format == FIF_JPEG ? Codec::losesMemory : Codec::keepsMemory);
     }
 }
 
