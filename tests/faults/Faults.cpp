@@ -35,6 +35,29 @@ struct Range {
 };
 Range libraryCode, programCode, freeImageCode;
 
+// The C++ library's functions that list folders, which promise not to throw and yet ask for memory.
+constexpr const char* listingNames[] = {
+    "_ZNSt10filesystem7__cxx1118directory_iteratorC1ERKNS0_4pathENS_17directory_optionsEPSt10error_code",
+    "_ZNSt10filesystem7__cxx1118directory_iteratorppEv",
+    "_ZNSt10filesystem7__cxx1118directory_iterator9incrementERSt10error_code"};
+Range listingCode[std::size(listingNames)];
+
+bool isListing(void* address) {
+    return std::any_of(std::begin(listingCode), std::end(listingCode),
+                       [&](const Range& range) { return range.holds(address); });
+}
+
+Range findFunction(const char* name) {
+    void* const function = dlsym(RTLD_DEFAULT, name);
+    Dl_info info{};
+    void* symbol = nullptr;
+    if (!function || dladdr1(function, &info, &symbol, RTLD_DL_SYMENT) == 0 || !symbol) {
+        return {};
+    }
+    const auto begin = reinterpret_cast<std::uintptr_t>(function);
+    return {begin, begin + static_cast<ElfW(Sym)*>(symbol)->st_size};
+}
+
 int findCode(dl_phdr_info* info, std::size_t, void*) {
     Range* const range = std::strstr(info->dlpi_name, "libDornImage.so")   ? &libraryCode
                          : std::strstr(info->dlpi_name, "libfreeimage.so") ? &freeImageCode
@@ -49,23 +72,22 @@ int findCode(dl_phdr_info* info, std::size_t, void*) {
     return 0;
 }
 
-// Whether FreeImage is what asks, by way of the C++ library or not: the innermost of its frames and ours
-// tells, from that of `caller` on.
-bool isFreeImageAsking(void* caller) {
+// Whether the innermost frame from that of `caller` on that is FreeImage's, ours or that of a listing is not
+// ours: the others end the process when they get no memory.
+bool endsWithoutMemory(void* caller) {
     struct Search {
         void* from;
-        bool isFreeImage;
+        bool ends;
     } search{caller, false};
     const auto look = [](_Unwind_Context* context, void* result) {
         auto* const state = static_cast<Search*>(result);
         auto* const address = reinterpret_cast<void*>(_Unwind_GetIP(context));
         state->from = state->from == address ? nullptr : state->from;
-        state->isFreeImage = freeImageCode.holds(address);
-        const bool isFound = !state->from && (state->isFreeImage || faults::isOurs(address));
-        return isFound ? _URC_NORMAL_STOP : _URC_NO_REASON;
+        state->ends = freeImageCode.holds(address) || isListing(address);
+        return !state->from && (state->ends || faults::isOurs(address)) ? _URC_NORMAL_STOP : _URC_NO_REASON;
     };
     _Unwind_Backtrace(look, &search);
-    return search.isFreeImage;
+    return search.ends;
 }
 
 // The blocks since arm(), and the code that asked for each.
@@ -117,6 +139,7 @@ bool isOurs(void* address) {
 
 void arm(Kind kind, unsigned n) {
     dl_iterate_phdr(findCode, nullptr);
+    std::transform(std::begin(listingNames), std::end(listingNames), std::begin(listingCode), findFunction);
     std::fill(std::begin(blocks), std::end(blocks), Block{});
     armed = kind;
     callsLeft = n;
@@ -231,7 +254,7 @@ DORN_INTERPOSED int posix_memalign(void** block, std::size_t alignment, std::siz
 namespace {
 
 void* make(std::size_t size, void* caller) {
-    if (!isPaused && !isFreeImageAsking(caller) && faults::fails(faults::Kind::allocation)) {
+    if (!isPaused && !endsWithoutMemory(caller) && faults::fails(faults::Kind::allocation)) {
         return nullptr;
     }
     void* const block = DORN_MALLOC(std::max<std::size_t>(size, 1));

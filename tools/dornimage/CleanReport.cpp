@@ -66,12 +66,17 @@ void CleanReport::makePictureFolder() {
 }
 
 CleanReport::~CleanReport() {
-    if (!finished_) {
+    if (finished_) {
+        return;
+    }
+    try {
         removePictures(pictures_);
         if (folderIsNew_) {
             std::error_code ignored;
             fs::remove(folder_, ignored);
         }
+    } catch (const std::exception&) {
+        // Without memory they stay, until the next report that is finished takes them away.
     }
 }
 

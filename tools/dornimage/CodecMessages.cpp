@@ -32,8 +32,10 @@ public:
     void writeMessage(unsigned, const Velmora::u8string& message, const char* fileName,
                       unsigned line) override {
         // FreeImage asks the TIFF codec for fifty tags by number that this codec has no names for, on each
-        // page.
-        if (listener && message.find("unknown tag 0x") == std::string::npos) {
+        // page. A line that there was no memory for has lost its text, and would make the page a damaged one.
+        const bool saysNothing = message.find("unknown tag 0x") != std::string::npos ||
+                                 (message.size() >= 2 && message.compare(message.size() - 2, 2, ": ") == 0);
+        if (listener && !saysNothing) {
             listener->setError(fileName, line, message);
         }
     }
@@ -42,11 +44,12 @@ public:
 } // namespace
 
 CodecMessages::CodecMessages() : earlier_(listener) {
-    listener = this;
     const std::lock_guard lock(countMutex);
-    if (++listeners == 1) {
+    if (listeners == 0) {
         dornutils::setSystemLogFormater(std::make_shared<CodecLog>());
     }
+    ++listeners;
+    listener = this;
 }
 
 CodecMessages::~CodecMessages() {

@@ -64,6 +64,10 @@ GreyImage normalised(Image& page, const std::string& file) {
     const bool grey = transparent ? onMiddleGrey(source)->convertToGrayscale(result.image)
                                   : source.convertToGrayscale(result.image);
     if (!grey) {
+        const FREE_IMAGE_TYPE type = FreeImage_GetImageType(source.getFIBTMAP());
+        if (type == FIT_BITMAP || type == FIT_UINT16) {
+            throw std::bad_alloc();
+        }
         throw ToolError(ExitCode::input, file,
                         "a picture of the kind " + kindOf(page) + " cannot be made 8-bit grey");
     }

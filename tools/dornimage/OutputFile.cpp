@@ -1,6 +1,7 @@
 #include "OutputFile.h"
 
 #include "ExitCode.h"
+#include "ImageProcessing/DornImage/DornImage.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -31,8 +32,8 @@ constexpr char outputName[] = "output";
 constexpr char scratchName[] = "scratch"; // codecs add endings to it
 
 // A lock on a folder, which goes with the process; -1 when there is none to be had.
-int lockFolder(const fs::path& folder, bool waits) {
-    const int lock = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+int lockFolder(const char* folder, bool waits) {
+    const int lock = open(folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (lock >= 0 && flock(lock, waits ? LOCK_EX : LOCK_EX | LOCK_NB) != 0) {
         close(lock);
         return -1;
@@ -82,19 +83,21 @@ OutputFile::OutputFile(std::string target) : name_(std::move(target)), target_(n
     const fs::path parent = target_.has_parent_path() ? target_.parent_path() : fs::path(".");
     do {
         release();
-        std::string pattern = (parent / (std::string(folderStem) + folderEnd)).string();
-        if (!mkdtemp(pattern.data())) {
+        folder_ = (parent / (std::string(folderStem) + folderEnd)).string();
+        if (!mkdtemp(folder_.data())) {
             fail("cannot write in folder " + parent.string() + ": " + std::strerror(errno));
         }
-        folder_ = pattern;
-        lock_ = lockFolder(folder_, true);
+        // From here on nothing may throw, or the folder would stay.
+        lock_ = lockFolder(folder_.c_str(), true);
         // Before it was locked, another process may have taken the folder for an abandoned one.
-    } while (!fs::exists(folder_, error));
+    } while (access(folder_.c_str(), F_OK) != 0);
 }
 
 OutputFile::~OutputFile() {
-    std::error_code ignored;
-    fs::remove_all(folder_, ignored);
+    // To empty it, it has to be opened, and that takes a descriptor and memory.
+    if (rmdir(folder_.c_str()) != 0) {
+        dorndisk::deleteDirectory(folder_);
+    }
     release();
 }
 
@@ -111,7 +114,7 @@ void OutputFile::discardAbandoned(const fs::path& folder) {
         if (!isNameOfOurs(entry->path().filename().string())) {
             continue;
         }
-        const int lock = lockFolder(entry->path(), false);
+        const int lock = lockFolder(entry->path().c_str(), false);
         if (lock >= 0) {
             std::error_code ignored;
             if (holdsOnlyOurs(entry->path())) {
@@ -123,11 +126,11 @@ void OutputFile::discardAbandoned(const fs::path& folder) {
 }
 
 std::string OutputFile::path() const {
-    return (folder_ / outputName).string();
+    return (fs::path(folder_) / outputName).string();
 }
 
 std::string OutputFile::scratchPath() const {
-    return (folder_ / scratchName).string();
+    return (fs::path(folder_) / scratchName).string();
 }
 
 void OutputFile::commit(const Whole& whole) {

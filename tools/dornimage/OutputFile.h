@@ -37,7 +37,7 @@ private:
 
     std::string name_; // as the user gave it, for messages
     std::filesystem::path target_;
-    std::filesystem::path folder_;
+    std::string folder_; // not a path: it goes away in a destructor, when memory may be short
     int lock_ = -1; // while this process has it, the folder isn't abandoned
 };
 

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -25,11 +24,12 @@ public:
         const std::size_t most = std::max<std::size_t>(std::min<std::size_t>(threads, done_.size()), 1);
         std::vector<std::thread> others;
         try {
+            others.reserve(most);
             for (std::size_t thread = 1; thread < most; ++thread) {
                 others.emplace_back([this] { work(); });
             }
-        } catch (const std::system_error&) {
-            // The system has no more threads: those that there are do the work.
+        } catch (const std::exception&) {
+            // The system has no more threads, or no memory for them: those that there are do the work.
         }
         work();
         for (std::thread& other : others) {
