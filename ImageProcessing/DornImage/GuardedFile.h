@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <cstdio>
 
-#include <sys/stat.h>
-
 namespace DornImage {
 
 /// An open file that a codec reads under a guard. Its address is the opaque handle for the callbacks.
@@ -37,10 +35,11 @@ private:
     static long DLL_CALLCONV tellProc(fi_handle handle) {
         const GuardedFile& self = of(handle);
         const long position = std::ftell(self.file);
-        struct stat status {};
-        if (self.guard.wantsPosition() && position >= 0 && fstat(fileno(self.file), &status) == 0) {
-            self.guard.notePosition(static_cast<std::uint64_t>(position),
-                                    static_cast<std::uint64_t>(status.st_size));
+        // A decoder apart may seek and read, and ask nothing else of the system.
+        if (self.guard.wantsPosition() && position >= 0 && std::fseek(self.file, 0, SEEK_END) == 0) {
+            const long size = std::ftell(self.file);
+            std::fseek(self.file, position, SEEK_SET);
+            self.guard.notePosition(static_cast<std::uint64_t>(position), static_cast<std::uint64_t>(size));
         }
         return position;
     }
