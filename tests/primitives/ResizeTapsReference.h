@@ -66,6 +66,24 @@ inline Weights rawLanczosWeights(float fraction, int lobes) {
     return weights;
 }
 
+inline Weights lanczosWeights(float fraction, int lobes) {
+    Weights weights = rawLanczosWeights(fraction, lobes);
+    float sum = 0;
+    for (const float weight : weights) {
+        sum += weight;
+    }
+    for (float& weight : weights) {
+        weight /= sum;
+    }
+    return weights;
+}
+
+// How far a weight of a plan may be from its reference: the last two of six Lanczos weights are divided by
+// the sum, too, the others multiplied by its reciprocal.
+inline float lanczosSlack(float expected, int tap) {
+    return tap < 4 ? 3e-7F * std::fabs(expected) : 0.0F;
+}
+
 // The order in which products are added.
 enum class Order { leftToRight, endsFirst, fused, fusedPairs };
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -21,7 +22,7 @@ namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kBorderValue[4] = {300.0, 41.5, -7.0, 1.0};
-constexpr int kBorderPixel[3] = {255, 42, 0};
+constexpr std::array<int, 3> kBorderPixel = {255, 42, 0};
 
 Coeffs rotation(double angle, double x, double y) {
     Coeffs coeffs{};
@@ -128,32 +129,6 @@ private:
     std::vector<GuardedBytes> result_;
 };
 
-// What a channel of the pixel at a position may be.
-std::vector<int> allowed(const Arguments& a, const warp_reference::Picture& picture, double x, double y,
-                         int channel) {
-    const int replicated = warp_reference::sample(picture, x, y, channel);
-    if (a.border == ippBorderRepl) {
-        return {replicated};
-    }
-    // Pixels from the source; negative inside. The side that edges fall on is up to the rounding of the
-    // tables.
-    constexpr double slack = 1e-6;
-    const double distance =
-        std::max(std::max(-x, x - (a.src.width - 1)), std::max(-y, y - (a.src.height - 1)));
-    if (a.border == ippBorderConst) {
-        const int border = kBorderPixel[channel];
-        const int mixed = warp_reference::sample(picture, x, y, channel, border);
-        return distance > 1 + slack          ? std::vector{border}
-               : distance > 1 - slack        ? std::vector{border, mixed}
-               : std::fabs(distance) < slack ? std::vector{border, mixed, replicated}
-                                             : std::vector{mixed};
-    }
-    const int kept = GuardedBytes::kPattern;
-    return distance > slack    ? std::vector{kept}
-           : distance < -slack ? std::vector{replicated}
-                               : std::vector{kept, replicated};
-}
-
 // Runs a case and compares every pixel with the reference.
 void expectReference(const Arguments& a, std::mt19937& random) {
     const auto channels = static_cast<int>(a.channels);
@@ -168,6 +143,7 @@ void expectReference(const Arguments& a, std::mt19937& random) {
     const bool mayMiss = a.border != ippBorderRepl && a.border != ippBorderConst;
     ASSERT_TRUE(status == ippStsNoErr || (mayMiss && status == ippStsNoPixelsWrn)) << status;
     const warp_reference::Picture picture = warp.picture();
+    const warp_reference::Outside outside{a.border, kBorderPixel, GuardedBytes::kPattern};
     const Coeffs backward = a.direction == 0 ? warp_reference::inverse(a.coeffs) : a.coeffs;
     warp_reference::forPositions(
         backward, a.offset.x, a.offset.y, a.tile.width, a.tile.height,
@@ -175,7 +151,7 @@ void expectReference(const Arguments& a, std::mt19937& random) {
             const auto at = static_cast<std::size_t>(row * warp.dstStep() + column * channels);
             for (int channel = 0; channel < channels && !testing::Test::HasFatalFailure(); ++channel) {
                 const int value = warp.result().data()[at + static_cast<std::size_t>(channel)];
-                const std::vector<int> values = allowed(a, picture, x, y, channel);
+                const std::vector<int> values = warp_reference::allowed(picture, outside, x, y, channel);
                 ASSERT_TRUE(std::count(values.begin(), values.end(), value))
                     << value << " at " << column << ", " << row << ", channel " << channel << ", position "
                     << x << ", " << y << ", not " << testing::PrintToString(values);

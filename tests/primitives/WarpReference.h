@@ -4,7 +4,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <functional>
+#include <vector>
+
+#include "primitives/primitives.h"
 
 // The affine warp as its definition says it, one pixel at a time.
 namespace warp_reference {
@@ -63,6 +67,38 @@ inline int sample(const Picture& picture, double x, double y, int channel, int o
     const float t = static_cast<float>(p00) + static_cast<float>(pixel(left + 1, top) - p00) * fx;
     const float u = (static_cast<float>(p01) - t) + static_cast<float>(pixel(left + 1, top + 1) - p01) * fx;
     return static_cast<int>(std::min(std::max(std::rint(t + fy * u), 0.0F), 255.0F));
+}
+
+// What is to become of pixels outside the picture.
+struct Outside {
+    std::uint32_t border;
+    std::array<int, 3> value; // of a constant border
+    int kept;                 // what the destination held before
+};
+
+// What a channel of the pixel at a position may be.
+inline std::vector<int> allowed(const Picture& picture, const Outside& outside, double x, double y,
+                                int channel) {
+    const int replicated = sample(picture, x, y, channel);
+    if (outside.border == ippBorderRepl) {
+        return {replicated};
+    }
+    // Pixels from the source; negative inside. The side that edges fall on is up to the rounding of the
+    // tables.
+    constexpr double slack = 1e-6;
+    const double distance =
+        std::max(std::max(-x, x - (picture.width - 1)), std::max(-y, y - (picture.height - 1)));
+    if (outside.border == ippBorderConst) {
+        const int border = outside.value[static_cast<std::size_t>(channel)];
+        const int mixed = sample(picture, x, y, channel, border);
+        return distance > 1 + slack          ? std::vector{border}
+               : distance > 1 - slack        ? std::vector{border, mixed}
+               : std::fabs(distance) < slack ? std::vector{border, mixed, replicated}
+                                             : std::vector{mixed};
+    }
+    return distance > slack    ? std::vector{outside.kept}
+           : distance < -slack ? std::vector{replicated}
+                               : std::vector{outside.kept, replicated};
 }
 
 } // namespace warp_reference
