@@ -13,6 +13,8 @@
 #include <map>
 #include <set>
 
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -132,10 +134,21 @@ protected:
         }
     }
 
-    // How a process of its own ends in which that call fails.
-    int cleanWithFault(const std::string& output, Kind kind, unsigned n) const {
+    // What a process of its own answers.
+    template <class Work>
+    static int inProcess(Work work) {
         const pid_t child = fork();
         if (child == 0) {
+            _exit(work());
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    // How a process ends in which that call fails.
+    int cleanWithFault(const std::string& output, Kind kind, unsigned n) const {
+        return inProcess([&] {
             // The JSON library needs memory to take its objects away, and ends the process without.
             if (kind == Kind::allocation) {
                 std::set_terminate([] { _exit(ended); });
@@ -145,11 +158,8 @@ protected:
             const bool hasFailed = faults::disarm();
             // It also loses a block when it can't get the next.
             const bool loses = kind != Kind::allocation && !faults::leaks().empty();
-            _exit(loses ? lost : hasFailed ? static_cast<int>(code) : cameThrough);
-        }
-        int status = -1;
-        waitpid(child, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+            return loses ? lost : hasFailed ? static_cast<int>(code) : cameThrough;
+        });
     }
 
     // But for the journal and the pages that wait for a book; folders with a slash.
@@ -208,10 +218,19 @@ protected:
         EXPECT_LE(endedRuns, runs / 10);
     }
 
+    // Mounts a file system of so many bytes for the outputs, which only this process and its children see.
+    bool mountDisk(unsigned bytes) const {
+        return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+               mount("none", out.c_str(), "tmpfs", 0, ("size=" + std::to_string(bytes)).c_str()) == 0;
+    }
+
+    bool enlargeDisk() const { return mount("none", out.c_str(), "tmpfs", MS_REMOUNT, "size=16m") == 0; }
+
     // Beyond the tool's exit codes.
     static constexpr int cameThrough = 100;
     static constexpr int lost = 101;
     static constexpr int ended = 102;
+    static constexpr int notPossible = 103;
 
     const std::string in = (folder / "in").string();
     const std::string out = (folder / "out").string();
@@ -229,6 +248,82 @@ TEST_F(CleanFaults, ResumeDoesWhatIsMissing) {
 TEST_F(CleanFaults, ResumeDoesWhatIsMissingWithoutMemory) {
     const char* const step = std::getenv("DORN_FAULTS_STEP");
     failEachOfClean("", Kind::allocation, step ? static_cast<unsigned>(std::atoi(step)) : 61);
+}
+
+// Room for what is finished stays, and the list keeps its pages.
+TEST_F(CleanFaults, ASmallDiskIsFull) {
+    startAnew();
+    EXPECT_EQ(clean("", false), ExitCode::done);
+    const Files expected = written();
+    startAnew();
+    int code = -1;
+    for (unsigned bytes = 4096; code != cameThrough && bytes < 512 * 1024 && !HasFailure(); bytes += 4096) {
+        SCOPED_TRACE(bytes);
+        code = inProcess([&]() -> int {
+            if (!mountDisk(bytes)) {
+                return notPossible;
+            }
+            setenv("TMPDIR", out.c_str(), 1);
+            {
+                const ListRef list = newList(1);
+                const ImageRef pages[] = {colourPage(200, 150), colourPage(200, 150, 2)};
+                list->AddImage(pages[0].get());
+                list->AddImage(pages[1].get());
+                EXPECT_TRUE(hasPage(*list, 0, pages[0]) && hasPage(*list, 1, pages[1]));
+            }
+            EXPECT_TRUE(fs::is_empty(out));
+            const ExitCode given = clean("", false);
+            EXPECT_TRUE(given == ExitCode::output || given == ExitCode::done);
+            for (const auto& [name, content] : written()) {
+                EXPECT_TRUE(name == "empty/" || content == expected.at(name)) << name;
+            }
+            EXPECT_TRUE(enlargeDisk());
+            EXPECT_EQ(clean("", true), ExitCode::done);
+            EXPECT_TRUE(written() == expected);
+            return HasFailure() ? 1 : given == ExitCode::done ? cameThrough : 0;
+        });
+        if (code == notPossible) {
+            GTEST_SKIP() << "this process may not mount";
+        }
+        EXPECT_TRUE(code == 0 || code == cameThrough) << code;
+    }
+    EXPECT_EQ(code, cameThrough);
+}
+
+TEST_F(CleanFaults, AFolderMayNotBeWrittenTo) {
+    startAnew();
+    constexpr auto readOnly = static_cast<fs::perms>(0555);
+    for (const fs::path& place : {folder.path(), fs::path(in), fs::path(out)}) {
+        fs::permissions(place, readOnly);
+    }
+    for (const fs::directory_entry& page : fs::directory_iterator(in)) {
+        fs::permissions(page, readOnly);
+    }
+    const int code = inProcess([&] {
+        constexpr uid_t nobody = 65534;
+        if (geteuid() == 0 && setresuid(nobody, nobody, nobody) != 0) {
+            return notPossible;
+        }
+        for (const char* const output : {"", "/book.tif", "/new"}) {
+            EXPECT_EQ(clean(output, false), ExitCode::output) << output;
+            EXPECT_EQ(clean(output, true), ExitCode::output) << output;
+        }
+        setenv("TMPDIR", out.c_str(), 1);
+        const ListRef list = newList(1);
+        const ImageRef page = colourPage(20, 15);
+        EXPECT_TRUE(list->AddImage(page.get()));
+        EXPECT_FALSE(list->AddImage(page.get()));
+        EXPECT_TRUE(hasPage(*list, 0, page) && hasPage(*list, 1, page));
+        return HasFailure() ? 1 : 0;
+    });
+    EXPECT_TRUE(fs::is_empty(out));
+    fs::permissions(folder.path(), fs::perms::owner_all);
+    fs::permissions(in, fs::perms::owner_all);
+    fs::permissions(out, fs::perms::owner_all);
+    if (code == notPossible) {
+        GTEST_SKIP() << "this process has too many rights, and can't give them up";
+    }
+    EXPECT_EQ(code, 0);
 }
 
 } // namespace

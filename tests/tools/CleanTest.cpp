@@ -307,6 +307,31 @@ TEST_F(Clean, ReplacesNothingThatIsNotItsOwn) {
     EXPECT_EQ(runTool({"clean", page, "--out", out, "--resume"}).exitCode, 4);
     EXPECT_EQ(contentOf(out + "/scan1.jpg"), "edited");
 
+    // Links where outputs go: one to nowhere counts as a file that is there, and gives way.
+    const std::string links = scratch / "links";
+    fs::create_directory(links);
+    fs::create_symlink(scratch / "nowhere", links + "/scan1.jpg");
+    EXPECT_EQ(runTool({"clean", page, "--out", links}).exitCode, 4);
+    EXPECT_FALSE(fs::exists(scratch / "nowhere"));
+    EXPECT_EQ(runTool({"clean", page, "--out", links, "--force"}).exitCode, 0);
+    EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(links + "/scan1.jpg")));
+    EXPECT_FALSE(fs::exists(scratch / "nowhere"));
+    fs::remove(links + "/scan1.jpg");
+    fs::create_symlink(page, links + "/scan1.jpg");
+    EXPECT_EQ(runTool({"clean", page, "--out", links, "--force"}).exitCode, 4);
+    EXPECT_EQ(contentOf(page), before);
+
+    // A link to a foreign folder where the pages of a book wait.
+    const std::string foreign = scratch / "foreign";
+    fs::create_directory(foreign);
+    std::ofstream(foreign + "/scan1.tif") << "kept";
+    fs::create_directory_symlink(foreign, scratch / ".linked.tif.dornimage-clean");
+    for (const char* const how : {"--force", "--resume"}) {
+        EXPECT_EQ(runTool({"clean", page, "--out", scratch / "linked.tif", how}).exitCode, 4);
+    }
+    EXPECT_EQ(contentOf(foreign + "/scan1.tif"), "kept");
+    EXPECT_THAT(namesIn(foreign), ElementsAre("scan1.tif"));
+
     // A link where the journal goes.
     const std::string other = scratch / "other";
     fs::create_directory(other);

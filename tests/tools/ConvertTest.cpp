@@ -164,6 +164,12 @@ TEST(Convert, MayReplaceItsInput) {
     ASSERT_EQ(info["pageCount"], 4);
     EXPECT_EQ(info["pages"][2]["depth"], 8);
     EXPECT_THAT(scratch.names(), ElementsAre("link.tif", "page.tif"));
+
+    std::filesystem::create_symlink("new.tif", scratch / "dangling.tif");
+    convert(file, scratch / "dangling.tif");
+    EXPECT_FALSE(std::filesystem::is_symlink(scratch / "dangling.tif")) << "gives way";
+    EXPECT_EQ(infoOf(scratch / "dangling.tif")["pageCount"], 4);
+    EXPECT_THAT(scratch.names(), ElementsAre("dangling.tif", "link.tif", "page.tif"));
 }
 
 TEST(Convert, FailsBeforeAnythingIsWritten) {

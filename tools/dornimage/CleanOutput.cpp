@@ -243,15 +243,7 @@ void CleanOutput::bindPdf(CodecMessages& messages) const {
 }
 
 void CleanOutput::discardEarlier() const {
-    std::error_code error;
-    if (!isBook() || !fs::exists(fs::symlink_status(folder_, error))) {
-        return;
-    }
-    const bool ours = fs::is_directory(fs::symlink_status(folder_, error)) &&
-                      (fs::is_empty(folder_, error) || fs::exists(fs::path(folder_) / CleanJournal::name));
-    if (!ours) {
-        throw ToolError(ExitCode::output, folder_, "is in the way, and not the tool's own");
-    }
+    checkWaiting();
     discardWaiting();
 }
 
@@ -261,6 +253,22 @@ void CleanOutput::discardAbandoned() const {
     if (isBook()) {
         const fs::path parent = fs::path(name_).parent_path();
         OutputFile::discardAbandoned(parent.empty() ? fs::path(".") : parent);
+    }
+    checkWaiting();
+}
+
+// Pages that wait replace what is in their folder, so that it may be nobody else's, and no link to such a
+// one.
+void CleanOutput::checkWaiting() const {
+    std::error_code error;
+    const fs::file_status status = fs::symlink_status(folder_, error);
+    if (!isBook() || !fs::exists(status)) {
+        return;
+    }
+    const bool ours = fs::is_directory(status) && (fs::is_empty(folder_, error) ||
+                                                   fs::exists(fs::path(folder_) / CleanJournal::name, error));
+    if (!ours) {
+        throw ToolError(ExitCode::output, folder_, "is in the way, and not the tool's own");
     }
 }
 

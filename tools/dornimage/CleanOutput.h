@@ -60,7 +60,7 @@ public:
     /// (ExitCode::output) when the folder is none of ours.
     void discardEarlier() const;
 
-    /// Takes away what runs that were killed have left beside their outputs.
+    /// Takes away what runs that were killed have left beside their outputs. Throws as above.
     void discardAbandoned() const;
 
     /// Takes a page that was written, and tells its record where it goes: to be called in the order of pages.
@@ -77,6 +77,7 @@ private:
     };
 
     void refuse(const std::string& place, const PageRecord* record) const;
+    void checkWaiting() const;
     void discardWaiting() const;
     void bindTiff(CodecMessages& messages) const;
     void bindPdf(CodecMessages& messages) const;

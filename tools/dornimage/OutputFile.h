@@ -10,7 +10,8 @@
 /// folder goes with this object. Until `commit` a file that bears the name already stays as it is.
 class OutputFile {
 public:
-    /// Throws ToolError (ExitCode::output) when no file can be made at `target`. A link is followed.
+    /// Throws ToolError (ExitCode::output) when no file can be made at `target`. A link to a file is followed,
+    /// one that leads nowhere gives way.
     explicit OutputFile(std::string target);
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;

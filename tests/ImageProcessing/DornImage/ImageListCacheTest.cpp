@@ -115,6 +115,9 @@ TEST_P(EveryKind, DamagedFileIsAFailureAndNothingElse) {
         fs::copy_file(asPath(list->GetImagePath(1)), file, fs::copy_options::overwrite_existing);
         EXPECT_FALSE(pageOf(*list, 0)) << "swapped for one of the same length";
         fs::remove(file);
+        fs::create_symlink(asPath(list->GetImagePath(1)), file);
+        EXPECT_FALSE(pageOf(*list, 0)) << "a link to such a one";
+        fs::remove(file);
         fs::create_directory(file);
         EXPECT_FALSE(pageOf(*list, 0)) << "a directory";
         EXPECT_EQ(list->currentSize, 0u);
@@ -222,4 +225,28 @@ TEST_F(ListTest, ExternalImages) {
     EXPECT_EQ(asPath(list->GetImagePath(3)).parent_path(), asPath(list->tempDirectory.path()));
     EXPECT_TRUE(hasPage(*list, 3, page));
     EXPECT_EQ(list->currentSize, 320u);
+}
+
+TEST_F(ListTest, FilesOfTheCallerMayChangeAndGo) {
+    const ImageRef page = colourPage(30, 20), other = colourPage(20, 30);
+    const Velmora::u8string file = externalPage("page.png", page);
+    const Velmora::u8string otherFile = externalPage("other.png", other);
+    const ListRef list = newList(1); // nothing stays in memory
+    EXPECT_TRUE(list->AddExternalImage(FIF_PNG, file, ImageList::ExternalImageRef));
+    EXPECT_TRUE(list->AddImage(list.get(), 0));
+    EXPECT_TRUE(hasPage(*list, 0, page));
+    fs::resize_file(asPath(file), fs::file_size(asPath(file)) / 2);
+    EXPECT_FALSE(pageOf(*list, 0)) << "cut";
+    EXPECT_TRUE(list->AddImage(list.get(), 0));
+    EXPECT_FALSE(pageOf(*list, 2)) << "copied when it was cut";
+    fs::copy_file(asPath(otherFile), asPath(file), fs::copy_options::overwrite_existing);
+    EXPECT_TRUE(hasPage(*list, 0, other)) << "it is the caller's file, whatever it holds";
+    fs::remove(asPath(file));
+    EXPECT_FALSE(pageOf(*list, 0)) << "deleted";
+    EXPECT_FALSE(list->AddImage(list.get(), 0));
+    fs::create_symlink("other.png", asPath(file));
+    EXPECT_TRUE(hasPage(*list, 0, other));
+    fs::remove(asPath(otherFile));
+    EXPECT_FALSE(pageOf(*list, 0)) << "a link to nowhere";
+    EXPECT_TRUE(hasPage(*list, 1, page)) << "the list's own copy";
 }
