@@ -88,7 +88,42 @@ void appendFormatFilter(FREE_IMAGE_FORMAT format, astring& filter) {
     }
 }
 
+bool isSameWord(std::string_view one, std::string_view other) {
+    return std::equal(one.begin(), one.end(), other.begin(), other.end(), [](char left, char right) {
+        return std::tolower(static_cast<unsigned char>(left)) ==
+               std::tolower(static_cast<unsigned char>(right));
+    });
+}
+
+// The words of a list with commas, without empty ones, until `use` answers true. Whether it did.
+template <class Use>
+bool anyWord(std::string_view list, Use use) {
+    while (!list.empty()) {
+        const std::string_view word = list.substr(0, list.find(','));
+        if (!word.empty() && use(word)) {
+            return true;
+        }
+        list.remove_prefix(std::min(word.size() + 1, list.size()));
+    }
+    return false;
+}
+
 } // namespace
+
+FREE_IMAGE_FORMAT FreeImage_GetFIFFromFilename(const u8string& fileName) {
+    const std::string_view name = fileName;
+    const std::string_view extension = name.substr(name.rfind('.') + 1); // all of it without a dot
+    const auto isExtension = [&](std::string_view word) { return isSameWord(word, extension); };
+    for (int number = 0; number < FreeImage_GetFIFCount(); ++number) {
+        const auto format = static_cast<FREE_IMAGE_FORMAT>(number);
+        const char* const list = FreeImage_GetFIFExtensionList(format);
+        if (FreeImage_IsPluginEnabled(format) == 1 &&
+            (isExtension(FreeImage_GetFormatFromFIF(format)) || (list && anyWord(list, isExtension)))) {
+            return format;
+        }
+    }
+    return FIF_UNKNOWN;
+}
 
 FREE_IMAGE_FORMAT FreeImage_GetFIFFromMime(const u8string& mimeType) {
     const u8string lower = toLower(mimeType);
@@ -173,14 +208,10 @@ bool FreeImage_ParseExtensions(FREE_IMAGE_FORMAT format, std::list<astring>& ext
     if (list == nullptr) {
         return false;
     }
-    std::string_view rest = list;
-    while (!rest.empty()) {
-        const std::string_view run = rest.substr(0, rest.find(','));
-        if (!run.empty()) {
-            extensions.emplace_back(std::string(run));
-        }
-        rest.remove_prefix(std::min(run.size() + 1, rest.size()));
-    }
+    anyWord(list, [&](std::string_view word) {
+        extensions.emplace_back(std::string(word));
+        return false;
+    });
     return true;
 }
 

@@ -20,6 +20,11 @@ namespace DornImage {
 /// (such as image/pjpeg and image/x-ms-bmp) are understood.
 DORNIMAGE_API FREE_IMAGE_FORMAT FreeImage_GetFIFFromMime(const Velmora::u8string& mimeType);
 
+/// Format that a file's name stands for by its extension, upper or lower case, or FIF_UNKNOWN; a name without
+/// a dot is taken for an extension or the name of a format. FreeImage's function of this name answers the
+/// same, but takes its words apart by a function of the C library that serves one thread at a time.
+DORNIMAGE_API FREE_IMAGE_FORMAT FreeImage_GetFIFFromFilename(const Velmora::u8string& fileName);
+
 /// Adds the MIME type of each enabled format to `mimeTypes`, which keeps what it held. Always true.
 DORNIMAGE_API bool FreeImage_GetSupportedMimeTypes(std::set<std::string>& mimeTypes);
 

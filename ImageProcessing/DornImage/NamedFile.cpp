@@ -1,6 +1,7 @@
 #include "ImageProcessing/DornImage/NamedFile.h"
 
 #include "ImageProcessing/DornImage/FileCallbacks.h"
+#include "ImageProcessing/DornImage/Formats.h"
 #include "ImageProcessing/DornImage/GuardedFile.h"
 
 #include <cstdio>
@@ -68,7 +69,7 @@ FREE_IMAGE_FORMAT namedFileContentFormat(const Velmora::u8string& fileName) {
 }
 
 FREE_IMAGE_FORMAT namedFileExtensionFormat(const Velmora::u8string& fileName) {
-    return isWholeName(fileName) ? ::FreeImage_GetFIFFromFilename(fileName.c_str()) : FIF_UNKNOWN;
+    return isWholeName(fileName) ? FreeImage_GetFIFFromFilename(fileName) : FIF_UNKNOWN;
 }
 
 FIBITMAP* loadNamedFile(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileName, int flags) {

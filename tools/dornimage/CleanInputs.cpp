@@ -55,7 +55,7 @@ bool comesBefore(const std::string& one, const std::string& other) {
 
 // By its name, so that a damaged picture is one as well, or by its content.
 bool isPicture(const fs::path& file) {
-    FREE_IMAGE_FORMAT format = FreeImage_GetFIFFromFilename(file.c_str());
+    FREE_IMAGE_FORMAT format = DornImage::FreeImage_GetFIFFromFilename(file.string());
     if (format == FIF_UNKNOWN) {
         format = FreeImage_GetFileType(file.c_str(), 0);
     }

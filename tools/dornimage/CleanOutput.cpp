@@ -52,8 +52,9 @@ CleanOutput::CleanOutput(std::string name, const CleanSettings& settings)
     : name_(std::move(name)), settings_(settings) {
     std::error_code error;
     const fs::path path(name_);
-    const FREE_IMAGE_FORMAT named =
-        path.has_extension() ? FreeImage_GetFIFFromFilename(path.extension().c_str()) : FIF_UNKNOWN;
+    const FREE_IMAGE_FORMAT named = path.has_extension()
+                                        ? DornImage::FreeImage_GetFIFFromFilename(path.extension().string())
+                                        : FIF_UNKNOWN;
     if (!fs::is_directory(path, error)) {
         kind_ = named == FIF_TIFF ? Kind::tiff : isPdfName(path) ? Kind::pdf : Kind::folder;
         if (kind_ == Kind::folder && named != FIF_UNKNOWN) {

@@ -1,6 +1,7 @@
 #include "IsolatedReader.h"
 
 #include "DecodeProtocol.h"
+#include "ImageProcessing/DornImage/DornImage.h"
 #include "Text.h"
 
 #include <cerrno>
@@ -46,9 +47,9 @@ FileContents IsolatedReader::open() {
 
 void IsolatedReader::start() {
     process_ = std::make_unique<DecoderProcess>(program_, picture_);
-    process_->ask(
-        OpenRequest{memory_, FreeImage_GetFIFFromFilename(name_.c_str()), static_cast<std::int32_t>(frames_)},
-        seconds_);
+    process_->ask(OpenRequest{memory_, DornImage::FreeImage_GetFIFFromFilename(name_),
+                              static_cast<std::int32_t>(frames_)},
+                  seconds_);
     OpenReply reply{};
     process_->read(&reply, sizeof(reply));
     const FileContents found = contentsOf(reply);

@@ -8,7 +8,7 @@ using DornImage::GuardedFile;
 
 LocalReader::LocalReader(const std::string& name, Frames frames, CodecMessages& messages)
     : ownFile_(std::fopen(name.c_str(), "rbe")), file_(ownFile_.get()),
-      format_(FreeImage_GetFIFFromFilename(name.c_str())), frames_(frames), messages_(messages) {}
+      format_(DornImage::FreeImage_GetFIFFromFilename(name)), frames_(frames), messages_(messages) {}
 
 LocalReader::LocalReader(std::FILE* file, FREE_IMAGE_FORMAT formatByName, Frames frames,
                          CodecMessages& messages)

@@ -10,8 +10,8 @@
 /// folder goes with this object. Until `commit` a file that bears the name already stays as it is.
 class OutputFile {
 public:
-    /// Throws ToolError (ExitCode::output) when no file can be made at `target`. A link to a file is followed,
-    /// one that leads nowhere gives way.
+    /// Throws ToolError (ExitCode::output) when no file can be made at `target`. A link to a file is
+    /// followed, one that leads nowhere gives way.
     explicit OutputFile(std::string target);
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -39,7 +39,7 @@ private:
     std::string name_; // as the user gave it, for messages
     std::filesystem::path target_;
     std::string folder_; // not a path: it goes away in a destructor, when memory may be short
-    int lock_ = -1; // while this process has it, the folder isn't abandoned
+    int lock_ = -1;      // while this process has it, the folder isn't abandoned
 };
 
 /// Makes a copy of a file, by way of an OutputFile. Throws ToolError (ExitCode::input or output).

@@ -82,7 +82,7 @@ std::vector<int> exportDepths(FREE_IMAGE_FORMAT format) {
 FREE_IMAGE_FORMAT formatForWriting(const std::string& outputName, const std::string& formatText) {
     FREE_IMAGE_FORMAT format = FIF_UNKNOWN;
     if (formatText.empty()) {
-        format = FreeImage_GetFIFFromFilename(outputName.c_str());
+        format = DornImage::FreeImage_GetFIFFromFilename(outputName);
         if (format == FIF_UNKNOWN) {
             throw ToolError(ExitCode::usage, outputName,
                             "its name does not tell the format to write; use --format");
@@ -90,7 +90,7 @@ FREE_IMAGE_FORMAT formatForWriting(const std::string& outputName, const std::str
     } else {
         format = FreeImage_GetFIFFromFormat(formatText.c_str());
         if (format == FIF_UNKNOWN) {
-            format = FreeImage_GetFIFFromFilename(formatText.c_str());
+            format = DornImage::FreeImage_GetFIFFromFilename(formatText);
         }
         if (format == FIF_UNKNOWN) {
             format = DornImage::FreeImage_GetFIFFromMime(formatText);

@@ -37,6 +37,24 @@ TEST(FormatRegistry, FindsFormatsByMimeTypeAndAlias) {
     }
 }
 
+TEST(FormatRegistry, FindsFormatsByFileNameAsFreeImageDoes) {
+    std::vector<std::string> names = {"",       ".",         "page",      "a.b.TIFF", "tif", "a.jpg/page",
+                                      "page.",  "page.jpg ", "page.tif,", "page.,",   "a,b", "page.tif,tiff",
+                                      "x.\xff", "JPEG",      "Page.CR2"};
+    for (int format = 0; format < FreeImage_GetFIFCount(); ++format) {
+        names.emplace_back(FreeImage_GetFormatFromFIF(static_cast<FREE_IMAGE_FORMAT>(format)));
+        std::list<astring> extensions;
+        DornImage::FreeImage_ParseExtensions(static_cast<FREE_IMAGE_FORMAT>(format), extensions);
+        for (const astring& extension : extensions) {
+            names.push_back("page." + std::string(extension.begin(), extension.end()));
+        }
+    }
+    for (const std::string& name : names) {
+        EXPECT_EQ(DornImage::FreeImage_GetFIFFromFilename(name), ::FreeImage_GetFIFFromFilename(name.c_str()))
+            << name;
+    }
+}
+
 TEST(FormatRegistry, AddsMimeTypesOfOfferedFormats) {
     std::set<std::string> types = {"text/plain"};
     EXPECT_TRUE(DornImage::FreeImage_GetSupportedMimeTypes(types));

@@ -118,6 +118,7 @@ TEST(Threads, LoadFilesAndStreamsWithMessages) {
     atOnce([&](unsigned number) {
         for (int count = 0; count < 20; ++count) {
             VelmoraException exception;
+            EXPECT_EQ(DornImage::FreeImage_GetFIFFromFilename(name), FIF_TIFF);
             if (number % 2 == 0) {
                 EXPECT_EQ(FreeImage_LoadFile(FIF_TIFF, name, exception), nullptr);
                 EXPECT_EQ(exception.getErrors().size(), 1U);
