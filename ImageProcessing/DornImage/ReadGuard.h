@@ -20,7 +20,8 @@ class ReadGuard {
 public:
     /// @param format what the codec reads; any other is not guarded.
     explicit ReadGuard(FREE_IMAGE_FORMAT format)
-        : mostMisses(mostMissesOf(format)), clears(format == FIF_GIF), isTarga(format == FIF_TARGA) {}
+        : mostMisses(mostMissesOf(format)), clears(format == FIF_GIF || format == FIF_WBMP),
+          isTarga(format == FIF_TARGA) {}
 
     /// Tells of one read, with the arguments of the callback. Throws std::runtime_error when the codec is to
     /// be stopped.
@@ -29,7 +30,8 @@ public:
         if (itemSize != 0 && itemCount != 0) {
             misses = items == 0 ? misses + 1 : 0;
         }
-        // Else the sides of its pictures are what the buffer happens to hold, up to gigabytes.
+        // Else what the buffer happens to hold counts: sides of up to gigabytes in a GIF, and in a WBMP
+        // numbers that go on and on.
         if (clears && items < itemCount) {
             std::memset(static_cast<char*>(buffer) + std::size_t{items} * itemSize, 0,
                         std::size_t{itemCount - items} * itemSize);

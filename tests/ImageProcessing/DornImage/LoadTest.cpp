@@ -178,6 +178,9 @@ TEST_F(LoadTest, CutFilesComeToAnEnd) {
         EXPECT_THAT(messages(record), ElementsAre("Unhandled exception"));
         record.clear();
     }
+    const Velmora::u8string number = write("cut", std::string("\0\x80", 2));
+    EXPECT_EQ(FreeImage_LoadFile(FIF_WBMP, number, record), nullptr);
+    EXPECT_THAT(messages(record), testing::Each(testing::StartsWith("WBMP: DIB allocation failed")));
 }
 
 TEST_F(LoadTest, LoadsByNameRunOneAtATimeWithTheirOwnRecords) {
