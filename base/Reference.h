@@ -47,6 +47,11 @@ public:
         T::operator=(other);
         return *this;
     }
+    /* Moves the T over; the counts stay. */
+    ReferencedImpl& operator=(ReferencedImpl&& other) {
+        T::operator=(std::move(other));
+        return *this;
+    }
 
     /* Takes one reference. */
     void addRef() override { ++refCount; }
@@ -74,6 +79,11 @@ public:
     /* Copies the T; the count stays this object's own. */
     ReferencedImplMT& operator=(const ReferencedImplMT& other) {
         T::operator=(other);
+        return *this;
+    }
+    /* Moves the T over; the counts stay. */
+    ReferencedImplMT& operator=(ReferencedImplMT&& other) {
+        T::operator=(std::move(other));
         return *this;
     }
 
@@ -143,6 +153,7 @@ public:
 
     /* The object, still the reference's, or null. */
     T* get() const { return object_; }
+    operator T*() const { return object_; }
     T* operator->() const { return object_; }
     T& operator*() const { return *object_; }
     /* Whether there is an object. */

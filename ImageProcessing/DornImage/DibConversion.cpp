@@ -91,14 +91,12 @@ unsigned resolution(const DibBlock& dib, std::size_t place) {
     return dots != 0 ? dots : defaultDotsPerMetre;
 }
 
-/// Copies the colours as far as the bitmap has a palette; false when the block doesn't hold them.
+/// Copies the colours as far as the bitmap has a palette, and what the header tells of them; false when the
+/// block doesn't hold them.
 bool copyColours(const DibBlock& dib, std::uint64_t mostColours, FIBITMAP* bitmap) {
     std::uint64_t colours = static_cast<WORD>(getDibColourCount(dib));
     if (mostColours != 0) {
         colours = std::min(colours, mostColours);
-    }
-    if (colours == 0) {
-        return true;
     }
     const bool info = getDibHeaderSize(dib) == infoHeaderSize;
     const std::size_t place = info ? infoHeaderSize : coreHeaderSize;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <new>
 
 namespace DornImage {
 
@@ -44,8 +45,13 @@ void DLL_CALLCONV freeImageOutputMessage(FREE_IMAGE_FORMAT format, const char* m
 
 MessageCapture::MessageCapture(VelmoraException& exception) {
     dornbase::ThreadMutexGuard guard(imageLoadMutex, true);
-    setThreadException(&exception);
     ::FreeImage_SetOutputMessage(freeImageOutputMessage);
+    try {
+        setThreadException(&exception);
+    } catch (const std::bad_alloc&) {
+        ::FreeImage_SetOutputMessage(nullptr);
+        throw;
+    }
 }
 
 MessageCapture::~MessageCapture() {

@@ -115,10 +115,14 @@ bool Image::GetNormalizedDimension(int& width, int& height) {
 
 namespace {
 
+// Codecs that an application has registered need not declare what they write.
+bool suits(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap) {
+    return format > FIF_JXR ||
+           FreeImage_CanSave(format, ::FreeImage_GetImageType(bitmap), ::FreeImage_GetBPP(bitmap));
+}
+
 bool save(FREE_IMAGE_FORMAT format, FIBITMAP* bitmap, const Velmora::u8string& fileName, int flags) {
-    return bitmap &&
-           FreeImage_CanSave(format, ::FreeImage_GetImageType(bitmap), ::FreeImage_GetBPP(bitmap)) &&
-           saveNamedFile(format, bitmap, fileName, flags);
+    return bitmap && suits(format, bitmap) && saveNamedFile(format, bitmap, fileName, flags);
 }
 
 int saveFlags(FREE_IMAGE_FORMAT format, unsigned bitsPerPixel) {

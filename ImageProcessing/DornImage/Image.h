@@ -75,9 +75,8 @@ public:
     /// Writes the picture as it is; a whole file of that name is replaced.
     /// @param fileName UTF-8.
     /// @param flags FreeImage's save flags of the format.
-    /// @return whether FreeImage wrote the file. What the format's codec has no place for (FreeImage_CanSave)
-    /// is
-    ///         refused, and a file of that name stays.
+    /// @return whether the file was written, to its last byte. What a format of FreeImage's has no place for
+    ///         (FreeImage_CanSave) is refused, and a file of that name stays.
     virtual bool Save(FREE_IMAGE_FORMAT format, const Velmora::u8string& fileName, int flags);
 
     /// As above with flags of its own: TIFF gets fax coding (CCITT group 4) at 1 bit and JPEG coding at 8 and

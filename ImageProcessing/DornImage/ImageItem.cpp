@@ -1,5 +1,6 @@
 #include "ImageProcessing/DornImage/ImageItem.h"
 
+#include "ImageProcessing/DornImage/GuardedCall.h"
 #include "ImageProcessing/DornImage/Handles.h"
 #include "ImageProcessing/DornImage/NamedFile.h"
 #include "ImageProcessing/DornImage/NewImage.h"
@@ -7,7 +8,6 @@
 #include "base/Velmora.h"
 
 #include <cstring>
-#include <new>
 #include <utility>
 
 namespace DornImage {
@@ -38,19 +38,6 @@ Coding codingFor(unsigned bitsPerPixel, const Coding& wanted) {
         return {FIF_BMP, 0};
     default:
         return {FIF_TIFF, TIFF_LZW};
-    }
-}
-
-/* What `work` returns, and its null or false when a codec throws: a file may have been swapped for anything.
-   Failed allocations come through. */
-template <class Work>
-auto guarded(Work work) -> decltype(work()) {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        throw;
-    } catch (...) {
-        return {};
     }
 }
 
@@ -89,7 +76,7 @@ Reference<Image> ImageItem::getImage() const {
 }
 
 bool ImageItem::loadFromPath() {
-    if (fileState) {
+    if (fileState && path == notedPath) {
         dornplatform::FileState present{};
         if (!dornplatform::getFileState(narrowName(path), present) || present != *fileState) {
             return false;
@@ -111,7 +98,7 @@ bool ImageItem::saveToTemp(const std::wstring& directory, unsigned index, FREE_I
         return false;
     }
     std::wstring tempPath;
-    const Velmora::astring name = Velmora::AStringBuilder().append(static_cast<int>(index));
+    const Velmora::astring name(std::to_string(index));
     if (!dorndisk::createTempFile(directory, name, std::wstring(), tempPath)) {
         return false;
     }
@@ -131,6 +118,7 @@ bool ImageItem::saveToTemp(const std::wstring& directory, unsigned index, FREE_I
 void ImageItem::noteFile() {
     dornplatform::FileState present{};
     fileState.reset();
+    notedPath = path;
     if (dornplatform::getFileState(narrowName(path), present)) {
         fileState = present;
     }

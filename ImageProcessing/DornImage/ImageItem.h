@@ -56,6 +56,8 @@ public:
 private:
     // The file when a list wrote it or took it over, nothing for a file that the caller keeps.
     std::optional<dornplatform::FileState> fileState;
+    // The path it had then.
+    std::wstring notedPath;
     // The kind of pixels that went into the file, for the formats that do not tell 16-bit kinds apart.
     FREE_IMAGE_TYPE pixelType = FIT_UNKNOWN;
 };

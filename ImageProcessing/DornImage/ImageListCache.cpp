@@ -40,7 +40,7 @@ int ImageList::GetFifFlags() {
 bool ImageList::makeTempFile(std::wstring& path) const {
     std::wstring directory;
     Velmora::c_u8u16(directory, tempDirectory.path());
-    const Velmora::astring name = Velmora::AStringBuilder().append(static_cast<int>(nextTempIndex));
+    const Velmora::astring name(std::to_string(nextTempIndex));
     return dorndisk::createTempFile(directory, name, std::wstring(), path);
 }
 

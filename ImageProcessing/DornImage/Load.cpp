@@ -1,5 +1,6 @@
 #include "ImageProcessing/DornImage/Load.h"
 
+#include "ImageProcessing/DornImage/GuardedCall.h"
 #include "ImageProcessing/DornImage/NamedFile.h"
 #include "ImageProcessing/DornImage/NewImage.h"
 
@@ -13,7 +14,7 @@ bool loadImage(const Velmora::u8string& fileName, Reference<Image>& image) {
     if (format == FIF_UNKNOWN || !::FreeImage_FIFSupportsReading(format)) {
         return false;
     }
-    return storeNewImage(loadNamedFile(format, fileName, 0), image);
+    return storeNewImage(guarded([&] { return loadNamedFile(format, fileName, 0); }), image);
 }
 
 } // namespace DornImage

@@ -14,7 +14,7 @@ namespace DornImage {
 /// Loads a picture as the codec delivers it, in the format that the file's content tells or else its name's
 /// extension. File names are UTF-8.
 /// @return false when no format that can be read is found or the decoder gives no picture; `image` then stays
-///         as it was and nothing tells why. What a decoder throws comes through.
+///         as it was and nothing tells why. Of what a decoder throws only std::bad_alloc comes through.
 DORNIMAGE_API bool loadImage(const Velmora::u8string& fileName, Reference<Image>& image);
 
 /// Loads a picture in the given format, whatever the file's name or content.

@@ -35,10 +35,10 @@ namespace primitives {
 static_assert(std::atomic<std::int32_t>::is_always_lock_free);
 
 template <template <int> class Entry, typename Function>
-struct VariantTable;
+struct ippVariantTable;
 
 template <template <int> class Entry, typename Result, typename... Arguments>
-struct VariantTable<Entry, Result (*)(Arguments...)> {
+struct ippVariantTable<Entry, Result (*)(Arguments...)> {
     using Function = Result (*)(Arguments...);
 
     // Stands in the slot before variant 0, where the index points before the choice, so that an entry point
@@ -67,7 +67,7 @@ struct VariantTable<Entry, Result (*)(Arguments...)> {
 // Calls the variant in force of an entry point.
 template <template <int> class Entry, typename... Arguments>
 inline auto dispatch(Arguments... arguments) {
-    return VariantTable<Entry, decltype(&Entry<0>::run)>::current()(arguments...);
+    return ippVariantTable<Entry, decltype(&Entry<0>::run)>::current()(arguments...);
 }
 
 } // namespace primitives

@@ -61,7 +61,7 @@ uint64_t ippGetVariantFeatures(int index) {
 }
 
 int ippIsVariantBuilt(int index) {
-    return isIndex(index) && VariantTable<VariantProbe, int (*)()>::slots[index + 1]() == index ? 1 : 0;
+    return isIndex(index) && ippVariantTable<VariantProbe, int (*)()>::slots[index + 1]() == index ? 1 : 0;
 }
 
 int ippIsVariantRunnable(int index) {

@@ -101,6 +101,29 @@ IPP_NODISCARD DORNIMAGE_API IppStatus ippiWarpAffineLinear_8u_C3R(const Ipp8u* s
 
 #if defined(__cplusplus)
 }
+
+/* The same for coefficients in two rows of three. */
+IPP_NODISCARD inline IppStatus ippiGetRotateTransform(double angle, double xShift, double yShift,
+                                                      double (&coeffs)[2][3]) {
+    return ippiGetRotateTransform(angle, xShift, yShift, &coeffs[0][0]);
+}
+
+IPP_NODISCARD inline IppStatus ippiWarpAffineGetSize(IppiSize srcSize, IppiSize dstSize, int32_t dataType,
+                                                     const double (&coeffs)[2][3], int32_t interpolation,
+                                                     int32_t direction, uint32_t borderType,
+                                                     int32_t* specSize, int32_t* initBufSize) {
+    return ippiWarpAffineGetSize(srcSize, dstSize, dataType, &coeffs[0][0], interpolation, direction,
+                                 borderType, specSize, initBufSize);
+}
+
+IPP_NODISCARD inline IppStatus ippiWarpAffineLinearInit(IppiSize srcSize, IppiSize dstSize, int32_t dataType,
+                                                        const double (&coeffs)[2][3], int32_t direction,
+                                                        uint32_t numChannels, uint32_t borderType,
+                                                        const double* borderValue, int32_t smoothEdge,
+                                                        IppiWarpSpec* spec) {
+    return ippiWarpAffineLinearInit(srcSize, dstSize, dataType, &coeffs[0][0], direction, numChannels,
+                                    borderType, borderValue, smoothEdge, spec);
+}
 #endif
 
 #endif

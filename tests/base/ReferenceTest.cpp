@@ -44,6 +44,10 @@ public:
 protected:
     Page(const Page&) = default;
     Page& operator=(const Page&) = default;
+    Page& operator=(Page&& other) noexcept {
+        number = std::exchange(other.number, 0);
+        return *this;
+    }
     ~Page() override { ++*deaths_; }
 
 private:
@@ -65,6 +69,8 @@ TYPED_TEST(CountedTest, LivesAsLongAsAReference) {
         EXPECT_EQ(first.get(), raw);
         first = nullptr;
         EXPECT_FALSE(first);
+        const Page* const none = first;
+        EXPECT_EQ(none, nullptr);
         EXPECT_EQ(deaths, 0);
 
         Reference<Page, dornbase::ReferencedObject> throughBase(copy.get());
@@ -95,6 +101,9 @@ TYPED_TEST(CountedTest, CopiesCountForThemselves) {
         *original = *static_cast<TypeParam*>(another.get());
         original->number = 3;
         EXPECT_EQ(another->number, 1);
+        *original = std::move(*static_cast<TypeParam*>(another.get()));
+        EXPECT_EQ(original->number, 1);
+        EXPECT_EQ(another->number, 0);
     }
     EXPECT_EQ(deaths, 1);
     one = nullptr;

@@ -274,7 +274,7 @@ TEST(WarpRotation, ChecksItsArguments) {
     const double nan = std::nan("");
     double x = 5;
     double y = 5;
-    double coeffs[6];
+    double coeffs[2][3];
     EXPECT_EQ(ippiGetRotateShift(0, 0, 1, nullptr, &x), ippStsNullPtrErr);
     EXPECT_EQ(ippiGetRotateShift(0, 0, 1, &x, nullptr), ippStsNullPtrErr);
     EXPECT_EQ(ippiGetRotateTransform(nan, 0, 0, nullptr), ippStsOutOfRangeErr);
@@ -285,7 +285,16 @@ TEST(WarpRotation, ChecksItsArguments) {
     // More whole turns than an integer counts.
     for (const double angle : {1e12, -1e15, 1e300, -1.7e308}) {
         EXPECT_EQ(ippiGetRotateTransform(angle, 0, 0, coeffs), ippStsNoErr);
-        EXPECT_NEAR(std::hypot(coeffs[0], coeffs[1]), 1.0, 1e-12) << angle;
+        EXPECT_NEAR(std::hypot(coeffs[0][0], coeffs[0][1]), 1.0, 1e-12) << angle;
+        std::int32_t size = 0;
+        std::int32_t room = 0;
+        ASSERT_EQ(
+            ippiWarpAffineGetSize({8, 8}, {8, 8}, ipp8u, coeffs, ippLinear, 0, ippBorderRepl, &size, &room),
+            ippStsNoErr);
+        std::vector<Ipp8u> block(static_cast<std::size_t>(size));
+        EXPECT_EQ(ippiWarpAffineLinearInit({8, 8}, {8, 8}, ipp8u, coeffs, 0, 1, ippBorderRepl, nullptr, 0,
+                                           reinterpret_cast<IppiWarpSpec*>(block.data())),
+                  ippStsNoErr);
     }
 }
 

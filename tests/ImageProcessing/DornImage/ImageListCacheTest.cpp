@@ -123,6 +123,10 @@ TEST_P(EveryKind, DamagedFileIsAFailureAndNothingElse) {
         EXPECT_EQ(list->currentSize, 0u);
         EXPECT_EQ(list->GetCount(), 3u);
         EXPECT_TRUE(pageOf(*list, 1));
+        const fs::path copy = file.native() + "-copy";
+        fs::copy_file(asPath(list->GetImagePath(1)), copy);
+        list->items[1]->path = copy.wstring();
+        EXPECT_TRUE(pageOf(*list, 1)) << "the application's own change";
     }
 }
 

@@ -227,6 +227,19 @@ TEST_F(ImageTest, SaveKeepsFromTheCodecsWhatTheyAreNotMadeFor) {
     EXPECT_FALSE(std::filesystem::exists(std::string(name)));
     EXPECT_TRUE(imageOf(FreeImage_Allocate(64, 64, 24))->Save(FIF_WEBP, name));
     EXPECT_TRUE(imageOf(FreeImage_AllocateT(FIT_UINT16, 64, 64))->Save(FIF_PNG, name));
+
+    // A codec of the application's that tells nothing of what it writes.
+    static int flagsOfTheCodec = 0;
+    const FREE_IMAGE_FORMAT own = FreeImage_RegisterLocalPlugin(
+        [](Plugin* plugin, int) {
+            plugin->save_proc = [](FreeImageIO*, FIBITMAP*, fi_handle, int, int flags, void*) -> BOOL {
+                flagsOfTheCodec = flags;
+                return TRUE;
+            };
+        },
+        "OWN", "Writes nothing", "own");
+    EXPECT_TRUE(imageOf(FreeImage_Allocate(4, 4, 24))->Save(own, name, 77));
+    EXPECT_EQ(flagsOfTheCodec, 77);
 }
 
 TEST_F(ImageTest, NamesReachTheirFilesByteForByte) {

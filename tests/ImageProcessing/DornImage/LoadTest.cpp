@@ -135,6 +135,8 @@ TEST_F(LoadTest, RecordGetsWhatWasThrown) {
     });
     EXPECT_EQ(FreeImage_LoadFile(format, name, record), nullptr);
     EXPECT_THAT(messages(record), ElementsAre("SCRIPTED: before", "Unhandled exception"));
+    Reference<Image> image;
+    EXPECT_FALSE(DornImage::loadImage(name, image));
     record.clear();
     say("too late");
     script([](Callbacks&) { return nullptr; });
@@ -181,6 +183,44 @@ TEST_F(LoadTest, CutFilesComeToAnEnd) {
     const Velmora::u8string number = write("cut", std::string("\0\x80", 2));
     EXPECT_EQ(FreeImage_LoadFile(FIF_WBMP, number, record), nullptr);
     EXPECT_THAT(messages(record), testing::Each(testing::StartsWith("WBMP: DIB allocation failed")));
+}
+
+// Some codecs end by themselves, with words of their own.
+TEST_F(LoadTest, FilesWithoutABeginningAreLeftToTheirCodecs) {
+    const std::pair<FREE_IMAGE_FORMAT, const char*> files[] = {{FIF_XBM, "XBM: Unable to find a line"},
+                                                               {FIF_PSD, "PSD: Error in header"}};
+    for (const auto& [codec, words] : files) {
+        const Velmora::u8string name = write("empty.xbm", "");
+        EXPECT_EQ(FreeImage_LoadFile(codec, name, record), nullptr);
+        EXPECT_THAT(messages(record), ElementsAre(testing::StartsWith(words)));
+        record.clear();
+        Reference<Image> image;
+        EXPECT_FALSE(DornImage::loadImage(name, image));
+    }
+}
+
+// Their codec would take what it didn't get for packed rows, and write behind its memory.
+TEST_F(LoadTest, PsdFilesMayLackRows) {
+    const FIBitmapPtr whole(FreeImage_Allocate(40, 30, 24));
+    for (unsigned y = 0; y < 30; ++y) {
+        for (unsigned x = 0; x < 120; ++x) {
+            FreeImage_GetScanLine(whole.get(), static_cast<int>(y))[x] =
+                static_cast<BYTE>(y % 3 == 0 ? x / 3 / 30 * 90 : 7 * x * x + y);
+        }
+    }
+    const Velmora::u8string name = write("whole.psd", "");
+    ASSERT_TRUE(FreeImage_Save(FIF_PSD, whole.get(), name.c_str()));
+    const std::string bytes = dorntest::readFile(std::string(name));
+    constexpr std::size_t rows = 286; // where their lengths end
+    for (std::size_t size = 0; size < bytes.size(); size += 13) {
+        const FIBitmapPtr byName(
+            FreeImage_LoadFile(FIF_PSD, write("cut.psd", bytes.substr(0, size)), record));
+        IStream* const stream = dornplatform::borrowMemoryStream(bytes.data(), size);
+        const FIBitmapPtr byStream(FreeImage_LoadFile(FIF_PSD, stream, record));
+        stream->Release();
+        EXPECT_EQ(byName.get() != nullptr, size >= rows) << size << " of " << bytes.size();
+        EXPECT_EQ(byStream.get() != nullptr, size >= rows) << size;
+    }
 }
 
 TEST_F(LoadTest, LoadsByNameRunOneAtATimeWithTheirOwnRecords) {
