@@ -108,6 +108,7 @@ IPP_NODISCARD inline IppStatus ippiGetRotateTransform(double angle, double xShif
     return ippiGetRotateTransform(angle, xShift, yShift, &coeffs[0][0]);
 }
 
+/* The same for coefficients in two rows of three. */
 IPP_NODISCARD inline IppStatus ippiWarpAffineGetSize(IppiSize srcSize, IppiSize dstSize, int32_t dataType,
                                                      const double (&coeffs)[2][3], int32_t interpolation,
                                                      int32_t direction, uint32_t borderType,
@@ -116,6 +117,7 @@ IPP_NODISCARD inline IppStatus ippiWarpAffineGetSize(IppiSize srcSize, IppiSize 
                                  borderType, specSize, initBufSize);
 }
 
+/* The same for coefficients in two rows of three. */
 IPP_NODISCARD inline IppStatus ippiWarpAffineLinearInit(IppiSize srcSize, IppiSize dstSize, int32_t dataType,
                                                         const double (&coeffs)[2][3], int32_t direction,
                                                         uint32_t numChannels, uint32_t borderType,
