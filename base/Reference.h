@@ -47,8 +47,8 @@ public:
         T::operator=(other);
         return *this;
     }
-    /* Moves the T over; the counts stay. */
-    ReferencedImpl& operator=(ReferencedImpl&& other) {
+    /* Moves the T over, which must not throw; the counts stay. */
+    ReferencedImpl& operator=(ReferencedImpl&& other) noexcept {
         T::operator=(std::move(other));
         return *this;
     }
@@ -81,8 +81,8 @@ public:
         T::operator=(other);
         return *this;
     }
-    /* Moves the T over; the counts stay. */
-    ReferencedImplMT& operator=(ReferencedImplMT&& other) {
+    /* Moves the T over, which must not throw; the counts stay. */
+    ReferencedImplMT& operator=(ReferencedImplMT&& other) noexcept {
         T::operator=(std::move(other));
         return *this;
     }
