@@ -53,8 +53,7 @@ if(TARGET dornimage)
   set_target_properties(dornimage PROPERTIES INSTALL_RPATH "$ORIGIN/${_library_from_tool}")
   install(TARGETS dornimage RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
   set(_described "${PROJECT_BINARY_DIR}/tools/dornimage/dornimage")
-  install(FILES "${_described}.man" RENAME dornimage.1
-    DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
+  install(FILES "${_described}.1.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
   install(FILES "${_described}.bash" RENAME dornimage
     DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tools)
   install(FILES "${_described}.zsh" RENAME _dornimage

@@ -31,6 +31,7 @@ set(_full_version "${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "libdornimage${PROJECT_VERSION_MAJOR}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/triggers")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}: the library
  Loads, scales, rotates, smooths and judges pages and photographs, on top of
  the FreeImage codec library and with vectorised pixel primitives.")
@@ -49,10 +50,18 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION "${PROJECT_DESCRIPTION}: command-line tool
  Tells what is in picture files of pages and photographs, converts and mends
  them, with man page and completion for bash and zsh.")
 
+set(DORNIMAGE_PACKAGE_VERSION "${_full_version}")
+configure_file("${PROJECT_SOURCE_DIR}/cmake/changelog.Debian.in" "${PROJECT_BINARY_DIR}/changelog.Debian" @ONLY)
+dorn_gzip("${PROJECT_BINARY_DIR}/changelog.Debian" "${PROJECT_BINARY_DIR}/changelog.Debian.gz")
+dorn_gzip("${PROJECT_SOURCE_DIR}/CHANGELOG.md" "${PROJECT_BINARY_DIR}/changelog.gz")
+set(_changelogs "${PROJECT_BINARY_DIR}/changelog.Debian.gz" "${PROJECT_BINARY_DIR}/changelog.gz")
+add_custom_target(package_changelogs ALL DEPENDS ${_changelogs})
+
 foreach(_component runtime dev tools)
   string(TOUPPER "${_component}" _key)
-  install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" RENAME copyright
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${_key}_PACKAGE_NAME}" COMPONENT ${_component})
+  set(_doc "${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${_key}_PACKAGE_NAME}")
+  install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" RENAME copyright DESTINATION "${_doc}" COMPONENT ${_component})
+  install(FILES ${_changelogs} DESTINATION "${_doc}" COMPONENT ${_component})
 endforeach()
 
 include(CPack)
