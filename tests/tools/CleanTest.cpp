@@ -373,7 +373,12 @@ TEST_F(Clean, GoesOnAfterAnInterruption) {
         SCOPED_TRACE(name);
         const std::string whole = scratch / "whole" + name;
         const std::string cut = scratch / "cut" + name;
-        EXPECT_EQ(runTool({"clean", in, "--out", whole, "--no-empty", "--no-isolate"}).exitCode, 2);
+        const std::string reports[] = {scratch / "reports" + name, scratch / "resumed" + name};
+        const auto toReport = [&](const std::string& to, const std::string& report) {
+            return std::vector<std::string>{"clean",        in,         "--out", to, "--no-empty",
+                                            "--no-isolate", "--report", report};
+        };
+        EXPECT_EQ(runTool(toReport(whole, reports[0])).exitCode, 2);
         const std::string finished = name == "/pages" ? cut : scratch / "cut/.book.tif.dornimage-clean";
         const auto interrupt = [&](pid_t tool) {
             for (int wait = 0; wait < 20000 && !fs::exists(finished + "/scan2.tif"); ++wait) {
@@ -394,7 +399,10 @@ TEST_F(Clean, GoesOnAfterAnInterruption) {
         if (name == "/pages") {
             EXPECT_EQ(runTool({"clean", in, "--out", cut}).exitCode, 4);
         }
-        EXPECT_EQ(runTool({"clean", in, "--out", cut, "--no-empty", "--no-isolate", "--resume"}).exitCode, 2);
+        std::vector<std::string> resumed = toReport(cut, reports[1]);
+        resumed.push_back("--resume");
+        EXPECT_EQ(runTool(resumed).exitCode, 2);
+        EXPECT_EQ(namesIn(reports[1] + "/report-pictures-1"), namesIn(reports[0] + "/report-pictures-1"));
         if (name == "/pages") {
             EXPECT_EQ(fs::last_write_time(finished + "/scan2.tif"), time) << "was made again";
         }

@@ -102,12 +102,14 @@ TEST(Report, TellsWhatBecameOfThePages) {
     RunFacts facts;
     facts.seconds = 125;
     facts.jobs = 2;
+    facts.earlier = 1;
     writeCleanReport(scratch / "deep/report", somePages(), facts);
     const std::string html = contentOf(scratch / "deep/report/index.html");
     for (const char* const text :
          {"<li><b>4</b>pages</li>", "<li class=\"kept\"><b>1</b>kept", "<li class=\"empty\"><b>1</b>empty",
-          "<li><b>2 min 5 s</b>on 2 threads", "<b>0.03</b>pages a second", "75.0 %", "style=\"width:25.00%\"",
-          "<article id=\"p2\" class=\"empty\">", "<a class=\"empty\" href=\"#p2\"", "set aside",
+          "<li><b>2 min 5 s</b>on 2 threads", "<b>1</b>from before", "<b>0.02</b>pages a second", "75.0 %",
+          "style=\"width:25.00%\"", "<article id=\"p2\" class=\"empty\">", "<a class=\"empty\" href=\"#p2\"",
+          "set aside",
           "<a href=\"#p3\">3</a> <bdi>c.png</bdi>: <span class=\"fate\">failed</span>, cut short",
           "1.50°, lines rise to the right", "1.50° clockwise", "0.012 % of the page"}) {
         EXPECT_THAT(html, HasSubstr(text));

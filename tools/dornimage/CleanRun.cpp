@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <iostream>
 #include <memory>
@@ -50,6 +51,8 @@ private:
     RunFacts factsOfRun() const;
     void process(std::size_t index, Worker& worker);
     void work(std::size_t index, Worker& worker);
+    void showFinished(PageRecord& record, Worker& worker);
+    DornImage::Reference<DornImage::Image> smallCopy(Source& source, PageRecord page, Worker& worker);
     void fail(std::size_t index, ExitCode code, const std::string& cause);
     void tell() const;
     ordered_json reportOfAll() const;
@@ -64,7 +67,8 @@ private:
     std::optional<CleanReport> report_;   // when there is to be one for people
     const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     const std::vector<std::string> stems_;
-    std::vector<ExitCode> causes_; // of the pages that have failed
+    std::vector<ExitCode> causes_;         // of the pages that have failed
+    std::atomic<std::size_t> earlier_ = 0; // pages that an earlier run has made
     MemoryBudget budget_;
 };
 
@@ -152,6 +156,7 @@ RunFacts CleanRun::factsOfRun() const {
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start_;
     facts.seconds = taken.count();
     facts.jobs = options_.jobs;
+    facts.earlier = earlier_;
     facts.dryRun = options_.dryRun;
     return facts;
 }
@@ -180,6 +185,10 @@ void CleanRun::work(std::size_t index, Worker& worker) {
     const ordered_json task =
         writes() ? CleanJournal::taskOf(record, !options_.analyses) : ordered_json(nullptr);
     if (options_.resume && writes() && journal_->restore(record, stems_[index], task)) {
+        ++earlier_;
+        if (report_) {
+            showFinished(record, worker);
+        }
         return;
     }
     CleanPage page(record, plan_.settings, *worker.messages);
@@ -223,6 +232,29 @@ void CleanRun::work(std::size_t index, Worker& worker) {
     // page is made again. The other way round, the next run would find a file that it knows nothing of.
     page.save(path, format, output_->joins() && !output_->isAside(record),
               [&](const std::string& file) { journal_->add(record, file, stems_[index], task); });
+}
+
+// The report is of all pages. One that can't be shown any longer is finished all the same.
+void CleanRun::showFinished(PageRecord& record, Worker& worker) {
+    try {
+        record.before = smallCopy(worker.sourceOf(record.file), record, worker);
+        PageRecord finished;
+        finished.file = record.output;
+        Source output(record.output, *worker.messages, Frames::played, options_.decoding);
+        record.after = smallCopy(output, finished, worker);
+    } catch (const ToolError&) {
+        Interrupt::check(); // it may have ended a decoder
+    } catch (const std::bad_alloc&) {
+        // It stays without a picture.
+    }
+}
+
+DornImage::Reference<DornImage::Image> CleanRun::smallCopy(Source& source, PageRecord page, Worker& worker) {
+    CleanPage stored(page, plan_.settings, *worker.messages);
+    const MemoryBudget::Share share(budget_, stored.readHeader(source, options_.maxPixels));
+    Interrupt::check();
+    stored.load(source, options_.maxPixels);
+    return thumbnailOf(stored.image());
 }
 
 void CleanRun::fail(std::size_t index, ExitCode code, const std::string& cause) {

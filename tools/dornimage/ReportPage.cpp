@@ -130,8 +130,12 @@ private:
         }
         total(durationText(facts_.seconds),
               facts_.jobs > 1 ? "on " + countOf(facts_.jobs, "thread") : "in all");
-        if (facts_.seconds > 0 && pages > 0) {
-            total(decimal(static_cast<double>(pages) / facts_.seconds, 2), "pages a second");
+        if (facts_.earlier > 0) {
+            total(std::to_string(facts_.earlier), "from before", "faint");
+        }
+        const auto made = entries_.size() - std::min(facts_.earlier, entries_.size());
+        if (facts_.seconds > 0 && made > 0) {
+            total(decimal(static_cast<double>(made) / facts_.seconds, 2), "pages a second");
         }
         html_ += "</ul>\n";
     }

@@ -15,6 +15,7 @@ struct RunFacts {
     std::vector<std::pair<std::string, std::string>> settings; // name and value of what decided, for people
     double seconds = 0;                                        // wall time of all of it
     unsigned jobs = 1;                                         // pages that were worked on side by side
+    std::size_t earlier = 0;                                   // pages that an earlier run has made
     bool dryRun = false;                                       // nothing was written but the report
 };
 
