@@ -50,7 +50,6 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION "${PROJECT_DESCRIPTION}: command-line tool
  Tells what is in picture files of pages and photographs, converts and mends
  them, with man page and completion for bash and zsh.")
 
-set(DORNIMAGE_PACKAGE_VERSION "${_full_version}")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/changelog.Debian.in" "${PROJECT_BINARY_DIR}/changelog.Debian" @ONLY)
 dorn_gzip("${PROJECT_BINARY_DIR}/changelog.Debian" "${PROJECT_BINARY_DIR}/changelog.Debian.gz")
 dorn_gzip("${PROJECT_SOURCE_DIR}/CHANGELOG.md" "${PROJECT_BINARY_DIR}/changelog.gz")
